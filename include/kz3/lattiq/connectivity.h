@@ -14,6 +14,20 @@ KZ3_LATTIQ_API int get_connected_elements(const dense2D<unsigned>& connectM,
                                           dense1D<unsigned>& row_values);
 KZ3_LATTIQ_API int get_node_graph(const dense2D<unsigned>& connectM, dense1D<unsigned>& row_starts,
                                   dense1D<unsigned>& row_values);
+
+/// One element for each node: the last that holds it.
+///
+/// Element kinds play no part; NO_NODE entries are holes.
+///
+/// @param connectM   one column per element, may be strided
+/// @param ancestors  with entries: written in place, only for the nodes that some element names;
+///                   nodes at or above its size are ignored. Empty: sized to the largest node plus
+///                   1, NO_NODE for a node that no element names.
+/// @return 0, or the first that applies:
+///         -1  ancestors is empty and connectM holds a NO_NODE
+///         -2  ancestors could not be sized
+/// An empty connectM gives 0 with ancestors unchanged; -1 and -2 leave it empty. O(entries);
+/// allocates only ancestors.
 KZ3_LATTIQ_API int get_ancestors(const dense2D<unsigned>& connectM, dense1D<unsigned>& ancestors);
 
 // ---- connectivity/get_neighbors.cpp ----
@@ -39,9 +53,35 @@ KZ3_LATTIQ_API int get_subdomains(dense2D<unsigned>& connectM, dense2D<unsigned>
 
 // ---- connectivity/sort_elfes.cpp ----
 
+/// Gathers the elements of a mixed connectivity by their number of nodes, each kind one run of
+/// columns, and drops elements without nodes.
+///
+/// The node count of an element is the number of its entries ahead of the first NO_NODE. Columns
+/// come to stand by falling node count and, among equal counts, by falling old index: the columns
+/// of a connectivity of one kind come out reversed.
+///
+/// @param connectM       any number of rows, may be strided; columns exchanged in place, then shrunk
+///                       to the m columns with nodes. Removed columns end up behind them.
+/// @param element_links  one column per element, entries element indices or NO_NODE, as of
+///                       get_neighbors; may be strided, sharing no elements with connectM.
+///                       Without entries it counts as absent. Columns go along with those of
+///                       connectM; then each entry that is an element of the input becomes its new
+///                       index, or NO_NODE where that was removed. Others stay.
+/// @param group_nodes    cleared: node count of each group, falling; NO_NODE alone if m is 0
+/// @param group_ends     cleared: column one past each group, as long as group_nodes; 0 alone if m
+///                       is 0. Group 0 starts at column 0, group k at group_ends[k - 1].
+/// @param new_indices    cleared: one entry per element of the input, the column at which it now
+///                       stands, NO_NODE for a removed one
+/// @return 0, or the first that applies:
+///         -1    element_links has entries and not as many columns as connectM
+///         -199  an output or a work list could not be sized
+/// After -1 nothing is changed; after -199 both matrices are unchanged and the outputs empty.
+/// O(entries); allocates the outputs and some 16 bytes an element, no second matrix.
 KZ3_LATTIQ_API int sort_elfes(dense2D<unsigned>& connectM, dense2D<unsigned>& element_links,
                               dense1D<unsigned>& group_nodes, dense1D<unsigned>& group_ends,
                               dense1D<unsigned>& new_indices);
+
+/// The same without links: 0 or -199.
 KZ3_LATTIQ_API int sort_elfes(dense2D<unsigned>& connectM, dense1D<unsigned>& group_nodes,
                               dense1D<unsigned>& group_ends, dense1D<unsigned>& new_indices);
 
