@@ -1,0 +1,173 @@
+#include "formats/file.h"
+
+#include <cfloat>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <random>
+#include <string>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+using kz3::lattiq::detail::block_writer;
+using kz3::lattiq::detail::file;
+
+namespace {
+
+std::string temporary(const char* name)
+{
+    return testing::TempDir() + "lattiq_file_" + std::to_string(getpid()) + "_" + name;
+}
+
+// What body writes.
+template <typename Body>
+std::string written(Body body)
+{
+    std::FILE* stream = std::tmpfile();
+    {
+        block_writer to(stream);
+        body(to);
+        EXPECT_TRUE(to.flush());
+    }
+    std::rewind(stream);
+    std::string s;
+    for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream)) s.push_back(char(c));
+    std::fclose(stream);
+    return s;
+}
+
+std::string printed(const char* format, double value)
+{
+    char s[512];
+    const int n = std::snprintf(s, sizeof s, format, value);
+    return {s, std::size_t(n)};
+}
+
+TEST(BlockWriter, PrintsIntegersAndPadsThemToTheirField)
+{
+    EXPECT_EQ(written([](block_writer& to) {
+                  to.integer(0u).character(' ').integer(-12, 5).integer(7, 8).integer(123456789, 8);
+                  to.text("|").integer(std::size_t(18446744073709551615u));
+                  to.text("|").integer(std::numeric_limits<std::int64_t>::min());
+              }),
+              "0   -12       7123456789|18446744073709551615|-9223372036854775808");
+}
+
+TEST(BlockWriter, PrintsDoublesInEveryStyle)
+{
+    EXPECT_EQ(written([](block_writer& to) {
+                  to.scientific(0.1).text("|").scientific(-1.5, 5, 12).text("|");
+                  to.scientific(1.5e-300, 8).text("|").upper_scientific(-2.5e10).text("|");
+                  to.fixed(-0.0000004).text("|").fixed(1234.5).text("|");
+                  to.general(1234567.0).text("|").general(0.0001).text("|").general(100000.0);
+              }),
+              "1.000000e-01|-1.50000e+00|1.50000000e-300|-2.500000E+10|"
+              "-0.000000|1234.500000|1.23457e+06|0.0001|100000");
+}
+
+TEST(BlockWriter, PrintsWhatIsNoFiniteNumberAsTheRuntimeDoes)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(written([&](block_writer& to) {
+                  to.scientific(HUGE_VAL).text("|").scientific(-HUGE_VAL).text("|");
+                  to.scientific(nan).text("|").scientific(std::copysign(nan, -1.0)).text("|");
+                  to.upper_scientific(HUGE_VAL).text("|").upper_scientific(nan).text("|");
+                  to.upper_scientific(std::copysign(nan, -1.0)).text("|").fixed(nan).text("|");
+                  to.scientific(nan, 5, 12);
+              }),
+              "inf|-inf|nan|-nan|INF|NAN|-NAN|nan|         nan");
+}
+
+TEST(BlockWriter, HoldsTheLargestAndTheSmallestNumbers)
+{
+    for (const double x : {DBL_MAX, -DBL_MAX, DBL_MIN, 4.9406564584124654e-324})
+        EXPECT_EQ(written([&](block_writer& to) { to.fixed(x).text("|").scientific(x); }),
+                  printed("%f", x) + "|" + printed("%e", x));
+}
+
+TEST(BlockWriter, AgreesWithTheRuntimeOnRandomBits)
+{
+    std::mt19937_64 random(20240501);
+    std::string expected;
+    const std::string got = written([&](block_writer& to) {
+        for (int i = 0; i < 20000; ++i) {
+            const std::uint64_t bits = random();
+            double x = 0;
+            std::memcpy(&x, &bits, sizeof x);
+            to.scientific(x).scientific(x, 8).upper_scientific(x).scientific(x, 5, 12).general(x);
+            expected += printed("%e", x) + printed("%.8e", x) + printed("%E", x) +
+                        printed("%12.5e", x) + printed("%g", x);
+            const double y = std::ldexp(double(std::int64_t(bits)), int(bits % 128) - 100);
+            to.fixed(y).text("\n");
+            expected += printed("%f", y) + "\n";
+        }
+    });
+    EXPECT_TRUE(got == expected);
+}
+
+TEST(BlockWriter, KeepsOrderAcrossBlocksAndPiecesLargerThanABlock)
+{
+    const std::string large(200000, 'x');
+    std::string expected;
+    const std::string got = written([&](block_writer& to) {
+        for (int i = 0; i < 30000; ++i) {
+            to.integer(i, 7);
+            char s[16];
+            std::snprintf(s, sizeof s, "%7d", i);
+            expected += s;
+            if (i % 10000 == 5000) {
+                to.text(large);
+                expected += large;
+            }
+        }
+    });
+    EXPECT_TRUE(got == expected);
+}
+
+TEST(BlockWriter, WritesItsRestWhenItGoes)
+{
+    const std::string name = temporary("rest");
+    {
+        file out(name.c_str(), "wt");
+        ASSERT_TRUE(out);
+        block_writer to(out.get());
+        to.text("rest");
+    }
+    std::ifstream in(name);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "rest");
+    std::remove(name.c_str());
+}
+
+TEST(BlockWriter, ReportsAFullDeviceAndDropsTheRest)
+{
+    file out("/dev/full", "wb");
+    ASSERT_TRUE(out);
+    block_writer to(out.get());
+    const std::string large(100000, 'x');
+    EXPECT_TRUE(to.ok());
+    to.text(large);
+    EXPECT_FALSE(to.ok());
+    EXPECT_FALSE(to.text("more").flush());
+}
+
+TEST(File, ReportsAtTheCloseWhatTheStreamHeldBack)
+{
+    file out("/dev/full", "wb");
+    ASSERT_TRUE(out);
+    block_writer to(out.get());
+    EXPECT_TRUE(to.text("short").flush());
+    EXPECT_FALSE(out.close());
+    EXPECT_TRUE(out.close());
+}
+
+TEST(File, OpensNothingForANullOrUnknownName)
+{
+    EXPECT_FALSE(file(nullptr, "rt"));
+    EXPECT_FALSE(file((testing::TempDir() + "no_such_directory/file").c_str(), "wt"));
+}
+
+} // namespace
