@@ -18,20 +18,83 @@ KZ3_LATTIQ_API int STL_input(const char* file, dense2D<double>& pos, dense2D<uns
 
 // ---- formats/medit.cpp ----
 
+/// Writes a mesh as a MEDIT text file.
+///
+/// One section per kind, in ascending element_type, with the corners of each element, counted from
+/// 1; pyramids and wedges go out as hexahedra with repeated nodes. The kinds of a mixed matrix are
+/// told apart first, its elements in falling column order. ET_NODE matrices leave no trace. The
+/// reference of an element is the place of its matrix in the range, counted from 0. Numbers do not
+/// depend on the process locale; a count above INT_MAX is printed as its low 32 bits, signed.
+///
+/// @param file         name of the file, replaced
+/// @param pos          1 to 3 rows, one column per node
+/// @param first, last  connectivities, one column per element, may be strided
+/// @param types        element_type of each matrix
+/// @return 0, or the first that applies:
+///         -2    pos has no row or more than 3
+///         -4    first lies after last
+///         -5    the number of matrices is not the size of types
+///         -3    a matrix with elements fails check_IDs for its type and the columns of pos
+///         -1    the file cannot be opened
+///         -199  no memory to tell a mixed matrix apart
+/// The file is untouched on -5 to -1, and holds the nodes only on -199. A failed write goes
+/// unreported. O(size of pos and matrices); copies mixed matrices only.
 KZ3_LATTIQ_API int medit_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>* first, const dense2D<unsigned>* last,
                                 const dense1D<int>& types);
+
+/// The same for one matrix; all references are 0.
 KZ3_LATTIQ_API int medit_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>& connectM, element_type type);
+
+/// The same for one matrix with a reference per element.
+///
+/// Elements come out by ascending reference, and within one in column order; within a reference of a
+/// mixed matrix, in falling column order of each kind. An element whose reference is NO_NODE is left
+/// out and not checked.
+///
+/// @param refs  one reference per column of connectM
+/// @return 0, also where connectM is empty: no file is then created or changed. Or the first that
+///         applies, with the file untouched:
+///         -5    the size of refs is not the number of columns of connectM
+///         -6    no memory for a list of as many matrices as the largest reference plus 1
+///         -199  no memory for the elements in order of reference
+///         or the result of the range form
+/// O(size of pos and connectM + largest reference); copies connectM.
 KZ3_LATTIQ_API int medit_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>& connectM, element_type type,
                                 const dense1D<unsigned>& refs);
+
+/// The same for two matrices, with the references 0 and 1.
 KZ3_LATTIQ_API int medit_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>& connectM1,
                                 const dense2D<unsigned>& connectM2, element_type type1,
                                 element_type type2);
+
+/// Writes one value per node as a MEDIT solution file, eight to a line.
+///
+/// @param file    name of the file, replaced
+/// @param dim     dimension of the mesh; written as it is
+/// @param values  one value per node
+/// @return 0, or -1 if the file cannot be opened, which leaves it untouched
+/// A failed write goes unreported. O(size); allocates nothing.
 KZ3_LATTIQ_API int medit_scalar(const char* file, unsigned dim, const dense1D<double>& values);
+
+/// Writes one vector per node as a MEDIT solution file, one to a line.
+///
+/// @param values  one column per node, of any number of rows
+/// @return 0, or -1 if the file cannot be opened, which leaves it untouched
+/// A failed write goes unreported. O(rows * cols); allocates nothing.
 KZ3_LATTIQ_API int medit_vector(const char* file, unsigned dim, const dense2D<double>& values);
+
+/// Writes one symmetric tensor per node, such as a metric, as a MEDIT solution file, one to a line.
+/// The dimension written is 2 for 3 rows and 3 for 6.
+///
+/// @param values  3 or 6 rows, one column per node
+/// @return 0, or the first that applies:
+///         -1  the file cannot be opened; it is untouched
+///         -2  values has neither 3 nor 6 rows; the file is already emptied
+/// A failed write goes unreported. O(rows * cols); allocates nothing.
 KZ3_LATTIQ_API int medit_tensor(const char* file, const dense2D<float>& values);
 
 // ---- formats/vtk.cpp ----
