@@ -11,8 +11,49 @@ namespace kz3::lattiq {
 
 // ---- formats/stl.cpp ----
 
+/// Writes triangles as an STL file, in its text or its binary form.
+///
+/// A facet is written for each column, with its unit normal; a triangle without area is written with
+/// the normal 0, 0, 0 (or with what is left of its normal where the length underflows). Text has six
+/// decimals, binary holds 32-bit floats. A mesh in the plane is written with z = 0.
+///
+/// @param file      name of the file, created or truncated
+/// @param pos       2 or 3 rows, one column per node
+/// @param connectM  ET_TRIA3: 3 rows, one column per triangle
+/// @param ascii     true for the text form, false for the binary form
+/// @return 0, or the first that applies:
+///         -1  the file cannot be opened
+///         -2  pos has neither 2 nor 3 rows
+///         -3  connectM fails check_IDs for ET_TRIA3; NO_NODE is refused
+///         -1  a write failed, be it only as the file was closed
+/// The file is opened before the checks: -2 and -3 leave an empty file. A failed write leaves what
+/// was written so far. O(columns of connectM); allocates nothing but the stream's own buffer.
 KZ3_LATTIQ_API int STL_output(const char* file, const dense2D<double>& pos,
                               const dense2D<unsigned>& connectM, bool ascii);
+
+/// Reads the triangles of an STL file and joins them at the nodes they share.
+///
+/// The form is not detected, the caller names it. Facets come without shared nodes; nodes closer
+/// than 0.05 of the smallest positive height of a triangle in the file are merged, triangles that
+/// collapse by that are removed, and unused nodes dropped. Where no triangle has a positive height
+/// nothing is joined, and each keeps three nodes of its own.
+///
+/// A text is read up to the first thing that is not a facet: upper case, "endsolid" and a damaged
+/// facet end the reading without an error, as does a binary file shorter than its count. The nodes
+/// of an unfinished facet stay in pos where nothing is joined. Normals, names and attributes in the
+/// file are ignored. A number may be anything the C runtime's "%lg" takes in the "C" locale.
+///
+/// @param file      name of the file
+/// @param pos       cleared in place, then 3 x nodes
+/// @param connectM  cleared in place, then 3 x triangles, ET_TRIA3
+/// @param ascii     true for the text form, false for the binary form
+/// @return the columns of connectM, or the first that applies:
+///         -1        the file cannot be opened; or it ends before its first line (text), or before
+///                   the end of its header and count (binary). pos and connectM are then empty
+///         negative  the result of merge or simplify, as which pos and connectM then are left
+/// Columns for which memory is exhausted are left out: facets may then name nodes that pos does not
+/// hold, which merge refuses. Memory grows with what is read, never with the count that a file
+/// claims. One pass over the file; the time is that of merge.
 KZ3_LATTIQ_API int STL_input(const char* file, dense2D<double>& pos, dense2D<unsigned>& connectM,
                              bool ascii);
 
