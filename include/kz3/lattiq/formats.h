@@ -140,16 +140,72 @@ KZ3_LATTIQ_API int medit_tensor(const char* file, const dense2D<float>& values);
 
 // ---- formats/vtk.cpp ----
 
+/// Appends the elements of a connectivity to the flat cell lists of a legacy VTK file.
+///
+/// An element becomes a linear cell of its corners, in row order except that the last two corners of
+/// a tetrahedron change places. The further nodes of a higher-order element follow as one
+/// poly-vertex cell, so that such an element counts as two cells.
+///
+/// @param connectM    one column per element, may be strided
+/// @param type        any kind but ET_NODE and the mixed kinds
+/// @param ncells      raised by the number of cells
+/// @param cells       appended: for each cell its node count, then its nodes, counted from 0
+/// @param cell_types  appended: the VTK type of each cell
+/// @return 0, or the first that applies:
+///         -1    connectM fails check_IDs for type, whatever the node count
+///         -2    type has no cell type
+///         -1    connectM, empty, has fewer rows than the element has corners
+///         -199  the lists could not be sized
+/// On a negative result ncells and both lists are unchanged. O(rows * cols); each list grows once.
 KZ3_LATTIQ_API int vtk_convert(const dense2D<unsigned>& connectM, element_type type,
                                unsigned& ncells, dense1D<unsigned>& cells,
                                dense1D<unsigned>& cell_types);
+
+/// Writes nodes and cells as a legacy VTK text file, an unstructured grid, to an open stream.
+///
+/// Coordinates have six decimals. Numbers do not depend on the process locale; a count above INT_MAX
+/// is printed as its low 32 bits, signed.
+///
+/// @param stream      written from its present position on, behind what it has buffered; stays open
+/// @param pos         2 or 3 rows, one column per node; z is 0 for 2 rows
+/// @param ncells      number of cells
+/// @param cells       as vtk_convert gives them; where they end early, no further cell is written
+/// @param cell_types  the VTK type of each cell
+/// @return 0, or the first that applies, with nothing written:
+///         -1  stream is null
+///         -2  pos has neither 2 nor 3 rows
+/// A failed write goes unreported. O(size of pos and cells); allocates nothing.
 KZ3_LATTIQ_API int vtk_output(std::FILE* stream, const dense2D<double>& pos, unsigned ncells,
                               const dense1D<unsigned>& cells, const dense1D<unsigned>& cell_types);
+
+/// Writes a mesh as a legacy VTK text file, as vtk_convert and the stream form do.
+///
+/// The kinds of a mixed matrix are told apart first: the largest elements come first, and those of a
+/// kind in falling column order.
+///
+/// @param file         name of the file, replaced
+/// @param pos          2 or 3 rows, one column per node
+/// @param first, last  connectivities, one column per element, may be strided
+/// @param types        element_type of each matrix
+/// @return 0, or the first that applies:
+///         -1    the file cannot be opened
+///         -2    pos has neither 2 nor 3 rows
+///         -4    first lies after last
+///         -5    the number of matrices is not the size of types
+///         -3    a matrix with elements fails check_IDs for its type and the columns of pos
+///         -2    a matrix with elements is of ET_NODE
+///         -199  no memory to tell a mixed matrix apart or for the cells
+/// The file is opened first: it is untouched on -1 and emptied on every other negative result. A
+/// failed write goes unreported. O(size of pos and matrices); holds all cells in memory.
 KZ3_LATTIQ_API int vtk_output(const char* file, const dense2D<double>& pos,
                               const dense2D<unsigned>* first, const dense2D<unsigned>* last,
                               const dense1D<int>& types);
+
+/// The same for one matrix.
 KZ3_LATTIQ_API int vtk_output(const char* file, const dense2D<double>& pos,
                               const dense2D<unsigned>& connectM, element_type type);
+
+/// The same for two matrices.
 KZ3_LATTIQ_API int vtk_output(const char* file, const dense2D<double>& pos,
                               const dense2D<unsigned>& connectM1,
                               const dense2D<unsigned>& connectM2, element_type type1,
@@ -188,11 +244,36 @@ KZ3_LATTIQ_API int WavefrontOBJ_input(const char* file, dense2D<double>& pos,
 
 // ---- formats/ensight.cpp ----
 
+/// Writes a mesh as an EnSight text geometry file, with one part per matrix.
+///
+/// Nodes and elements carry identifiers, counted from 1. A part has the place of its matrix in the
+/// range as its number, counted from 1; an empty matrix and one of ET_NODE, of pyramids or of a
+/// mixed kind have no part and leave a gap in the numbers. ET_QUAD9, ET_PENTA18 and ET_HEXA27 go
+/// under the names quad8, penta6 and hexa20 with all of their nodes. Numbers do not depend on the
+/// process locale; a number above INT_MAX is printed as its low 32 bits, signed.
+///
+/// @param file         name of the file, replaced
+/// @param pos          1 to 3 rows, one column per node; missing coordinates are 0
+/// @param first, last  connectivities, one column per element, may be strided; nodes are not checked
+///                     against the columns of pos
+/// @param types        element_type of each matrix
+/// @return 0, or the first that applies:
+///         -1  the file cannot be opened
+///         -2  pos has no row or more than 3
+///         -4  first lies after last
+///         -5  the number of matrices is not the size of types
+///         -3  a matrix with elements fails check_IDs for its type, whatever the node count
+/// The file is opened first: it is untouched on -1 and emptied on every other negative result. A
+/// failed write goes unreported. O(size of pos and matrices); allocates nothing.
 KZ3_LATTIQ_API int ensight_output(const char* file, const dense2D<double>& pos,
                                   const dense2D<unsigned>* first, const dense2D<unsigned>* last,
                                   const dense1D<int>& types);
+
+/// The same for one matrix.
 KZ3_LATTIQ_API int ensight_output(const char* file, const dense2D<double>& pos,
                                   const dense2D<unsigned>& connectM, element_type type);
+
+/// The same for two matrices.
 KZ3_LATTIQ_API int ensight_output(const char* file, const dense2D<double>& pos,
                                   const dense2D<unsigned>& connectM1,
                                   const dense2D<unsigned>& connectM2, element_type type1,
