@@ -4,24 +4,19 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <random>
 #include <string>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
+
+#include "support/comma_locale.h"
+#include "support/files.h"
 
 using kz3::lattiq::detail::block_writer;
 using kz3::lattiq::detail::file;
 
 namespace {
-
-std::string temporary(const char* name)
-{
-    return testing::TempDir() + "lattiq_file_" + std::to_string(getpid()) + "_" + name;
-}
 
 // What body writes.
 template <typename Body>
@@ -130,17 +125,26 @@ TEST(BlockWriter, KeepsOrderAcrossBlocksAndPiecesLargerThanABlock)
 
 TEST(BlockWriter, WritesItsRestWhenItGoes)
 {
-    const std::string name = temporary("rest");
+    const temporary_file rest;
     {
-        file out(name.c_str(), "wt");
+        const file out(rest.name(), "wt");
         ASSERT_TRUE(out);
         block_writer to(out.get());
         to.text("rest");
     }
-    std::ifstream in(name);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "rest");
-    std::remove(name.c_str());
+    EXPECT_EQ(rest.read(), "rest");
 }
+
+#ifdef LATTIQ_COMMA_LOCALE_PATH
+TEST(BlockWriter, WritesADecimalPointUnderALocaleWithAComma)
+{
+    const comma_locale locale;
+    EXPECT_EQ(written([](block_writer& to) {
+                  to.scientific(1.5).fixed(-2.25).general(0.5).upper_scientific(10).integer(12345);
+              }),
+              "1.500000e+00-2.2500000.51.000000E+0112345");
+}
+#endif
 
 TEST(BlockWriter, ReportsAFullDeviceAndDropsTheRest)
 {
