@@ -1,0 +1,207 @@
+#include "search/kd_tree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "core/column.h"
+#include "search/pending_stack.h"
+
+namespace kz3::lattiq::detail {
+namespace {
+
+constexpr unsigned rows_of_entry = 3;
+constexpr double farthest = std::numeric_limits<double>::max();
+
+// Which of two nodes is nearer may hang on the last bit, so the order of the sums is fixed.
+template <unsigned Dim>
+double squared_distance(const double* p, const vector_fixed<double, Dim>& q)
+{
+    const double dx = p[0] - q[0];
+    const double dy = p[1] - q[1];
+    if constexpr (Dim == 2) {
+        return dy * dy + dx * dx;
+    } else {
+        const double dz = p[2] - q[2];
+        return dz * dz + (dx * dx + dy * dy);
+    }
+}
+
+template <unsigned Dim>
+bool is_inside(const double* p, const vector_fixed<double, Dim>& lo,
+               const vector_fixed<double, Dim>& hi)
+{
+    for (unsigned d = 0; d < Dim; ++d)
+        if (!(p[d] >= lo[d]) || p[d] > hi[d]) return false;
+    return true;
+}
+
+template <unsigned Dim>
+bool is_within(const double* p, const vector_fixed<double, Dim>& q, double r)
+{
+    for (unsigned d = 0; d < Dim; ++d)
+        if (!(p[d] >= q[d] - r) || !(p[d] <= q[d] + r)) return false;
+    return true;
+}
+
+} // namespace
+
+template <unsigned Dim>
+bool node_kd_tree<Dim>::reserve(std::size_t n)
+{
+    const bool enough = entries.reserve(rows_of_entry, n);
+    entries_data = column(entries, 0);
+    return enough;
+}
+
+template <unsigned Dim>
+bool node_kd_tree<Dim>::copy(const node_kd_tree& other)
+{
+    coords = other.coords;
+    const bool copied = entries.copy(other.entries);
+    entries_data = column(entries, 0);
+    return copied;
+}
+
+template <unsigned Dim>
+int node_kd_tree<Dim>::insert_node(unsigned node)
+{
+    if (coords == nullptr || node >= coords->cols) return 0;
+    const double* p = column(*coords, node);
+    const unsigned slot = append_entry(node);
+    if (slot == 0) return 1;
+
+    unsigned* child = nullptr;
+    unsigned i = 0;
+    for (unsigned axis = 0; i < slot; axis = next(axis)) {
+        unsigned* words = entries_data + std::size_t(i) * rows_of_entry;
+        child = words + (column(*coords, words[0])[axis] > p[axis] ? 1 : 2);
+        i = *child;
+    }
+    *child = slot;
+    return 1;
+}
+
+// Returns the place of the new entry. Where memory is exhausted there is no such entry, and what links
+// to it leads nowhere until a later one takes the place.
+template <unsigned Dim>
+unsigned node_kd_tree<Dim>::append_entry(unsigned node)
+{
+    const std::size_t slot = entries.cols;
+    if (slot >= entries.column_capacity())
+        entries.reserve(rows_of_entry, std::max<std::size_t>(2 * slot, 8));
+    if (entries.resize(rows_of_entry, slot + 1)) {
+        entries_data = column(entries, 0);
+        unsigned* words = entries_data + slot * rows_of_entry;
+        words[0] = node;
+        words[1] = words[2] = NO_NODE;
+    }
+    return unsigned(slot);
+}
+
+template <unsigned Dim>
+unsigned node_kd_tree<Dim>::closest_node(const point& q, node_filter filter) const
+{
+    if (coords == nullptr || size() == 0) return NO_NODE;
+    const nearest best = descend(q, filter);
+    if (!(best.radius > 0.0)) return best.node; // an exact hit, or not a number
+    return search_around(q, filter, best);
+}
+
+// The way insertion went, to have a small radius before the search around the point starts.
+template <unsigned Dim>
+auto node_kd_tree<Dim>::descend(const point& q, node_filter filter) const -> nearest
+{
+    const unsigned n = size();
+    unsigned best = NO_NODE;
+    double best_squared = farthest;
+    for (unsigned i = 0, axis = 0; i < n; axis = next(axis)) {
+        const tree_entry at = entry(i);
+        const double* p = column(*coords, at.node);
+        const double squared = squared_distance<Dim>(p, q);
+        // negated, so that a distance that is not a number replaces the best and gives way to any
+        if (!(squared >= best_squared) && filter.accepts(at.node)) {
+            best_squared = squared;
+            best = at.node;
+        }
+        i = p[axis] > q[axis] ? at.left : at.right;
+    }
+    return {best, best == NO_NODE ? farthest : std::sqrt(best_squared)};
+}
+
+template <unsigned Dim>
+unsigned node_kd_tree<Dim>::search_around(const point& q, node_filter filter, nearest best) const
+{
+    // A left subtree whose turn comes after the right one, by when the radius may have shrunk.
+    struct left_side {
+        double split;
+        unsigned child;
+        unsigned axis;
+    };
+    pending_stack<left_side, 64> pending;
+    const unsigned n = size();
+    unsigned i = 0;
+    unsigned axis = 0;
+    for (;;) {
+        while (i < n) {
+            const tree_entry at = entry(i);
+            const double* p = column(*coords, at.node);
+            if (filter.accepts(at.node) && is_within<Dim>(p, q, best.radius)) {
+                const double distance = std::sqrt(squared_distance<Dim>(p, q));
+                if (distance < best.radius) best = {at.node, distance};
+            }
+            if (at.left < n) pending.push({p[axis], at.left, axis});
+            // negated, so that a split that is not a number keeps the right side open
+            i = !(p[axis] >= q[axis] + best.radius) ? at.right : NO_NODE;
+            axis = next(axis);
+        }
+        if (pending.empty()) return best.node;
+        const left_side side = pending.pop();
+        if (side.split > q[side.axis] - best.radius) {
+            i = side.child;
+            axis = next(side.axis);
+        }
+    }
+}
+
+template <unsigned Dim>
+void node_kd_tree<Dim>::nodes_in_box(const point& lo, const point& hi, dense1D<unsigned>& out) const
+{
+    // A left subtree to visit on an axis, or, with axis Dim, a node to append.
+    struct step {
+        unsigned id;
+        unsigned axis;
+    };
+    pending_stack<step, 128> pending;
+    const unsigned n = size();
+    unsigned i = 0;
+    unsigned axis = 0;
+    for (;;) {
+        while (i < n) {
+            const tree_entry at = entry(i);
+            const double* p = column(*coords, at.node);
+            const bool upper = !(p[axis] > hi[axis]);
+            const bool lower = p[axis] >= lo[axis];
+            if (upper && lower && is_inside<Dim>(p, lo, hi)) pending.push({at.node, Dim});
+            axis = next(axis);
+            if (lower && at.left < n) pending.push({at.left, axis});
+            i = upper ? at.right : NO_NODE;
+        }
+        // Finished nodes are appended until a left subtree turns up.
+        for (i = NO_NODE; i == NO_NODE;) {
+            if (pending.empty()) return;
+            const step todo = pending.pop();
+            if (todo.axis == Dim) {
+                out.push_back(todo.id);
+            } else {
+                i = todo.id;
+                axis = todo.axis;
+            }
+        }
+    }
+}
+
+template class node_kd_tree<2>;
+template class node_kd_tree<3>;
+
+} // namespace kz3::lattiq::detail
