@@ -643,7 +643,7 @@ std::string random_text(std::mt19937& random)
 TEST(STLInput, ReadsRandomTextsAsThePlainReader)
 {
     std::mt19937 random(8101);
-    for (int round = 0; round < 5000; ++round) {
+    for (int round = 0; round < 3000; ++round) {
         const std::string s = random_text(random);
         ASSERT_TRUE(same(read(s, text), read_plainly(s, text)))
             << round << ": " << testing::PrintToString(s);
@@ -689,7 +689,7 @@ TEST(STLInput, ReadsRandomNumbersAsThePlainReader)
                                    "f",
                                    "t",
                                    "y"};
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 8000; ++round) {
         std::string number;
         for (auto n = 1 + random() % 6; n > 0; --n) number += pieces[random() % std::size(pieces)];
         const std::string s = first_line + facet(number + " 1 2", "0 0 0", "0 0 0") + collinear;
