@@ -44,8 +44,8 @@ public:
 
     /// A view of n elements of the caller's own, from `elements` on; they must outlive every view.
     ///
-    /// Nothing is copied and the block is never freed. Growth past n moves the view to storage of
-    /// its own.
+    /// Nothing is copied and the block is never freed. Growth past n, or a copy() into the view,
+    /// moves it to storage of its own.
     static dense1D wrap(T* elements, std::size_t n)
     {
         dense1D view;
@@ -90,11 +90,14 @@ public:
 
     /// Takes the argument's size and a copy of its elements, and shares nothing with it afterwards.
     ///
-    /// A storage held alone and large enough is used again; otherwise the vector gets a new one.
+    /// A storage of its own, held alone and large enough, is used again; otherwise the vector gets a
+    /// new one.
     /// @return false if memory is exhausted; this vector is then unchanged. O(size).
     bool copy(const dense1D& other)
     {
-        if (vec.get() == other.vec.get() || vec->count > 1 || vec->capacity - offset < other.size) {
+        // A block of the caller's may stand in this storage, so what wraps one is never written over.
+        const bool apart = vec->exclusive() && other.vec->not_owned == 0;
+        if (!apart || vec.get() == other.vec.get() || vec->capacity - offset < other.size) {
             const Ptr<vector_num<T>> fresh(new (std::nothrow) vector_num<T>);
             if (!fresh || (other.size != 0 && !fresh->grow(other.size, 0, 1))) return false;
             std::copy_n(other.begin(), other.size, fresh->data);
@@ -159,15 +162,19 @@ public:
 
     /// Makes the vector empty and gives up its memory.
     ///
-    /// Other views keep the storage. Allocates only the small header of an empty storage; where even
-    /// that cannot be had, the memory goes as soon as no other view holds it.
+    /// A storage held alone is freed without allocating anything. Other views keep theirs, and this
+    /// one gets the small header of an empty storage; where even that cannot be had, it holds on to
+    /// the storage as an empty view.
     void clear_hard()
     {
         size = 0;
-        if (auto* fresh = new (std::nothrow) vector_num<T>) {
+        if (vec->count == 1)
+            vec->release();
+        else if (auto* fresh = new (std::nothrow) vector_num<T>)
             vec = fresh;
-            offset = 0;
-        }
+        else
+            return;
+        offset = 0;
     }
 };
 

@@ -43,13 +43,14 @@ public:
     ~dense2D() = default;
 
     /// A view of r rows and c columns of the caller's own, stride elements apart; they must outlive
-    /// every view. Nothing is copied and the block is never freed. Growth past it moves the view to
-    /// storage of its own.
+    /// every view. Nothing is copied and the block is never freed; what stands between the columns
+    /// is never written. Growth past it, more rows, or a copy() into the view move it to storage of
+    /// its own.
     static dense2D wrap(T* elements, std::size_t r, std::size_t c, std::size_t stride)
     {
         dense2D view;
         view.vec->data = elements;
-        view.vec->capacity = c == 0 ? 0 : (c - 1) * stride + r;
+        view.vec->capacity = r == 0 || c == 0 ? 0 : (c - 1) * stride + r;
         view.vec->not_owned = 1;
         view.rows = r;
         view.cols = c;
@@ -113,13 +114,16 @@ public:
     /// Takes the argument's shape and a copy of its elements without gaps, and shares nothing with
     /// it afterwards.
     ///
-    /// A storage held alone and large enough is used again; otherwise the matrix gets a new one.
+    /// A storage of its own, held alone and large enough, is used again; otherwise the matrix gets a
+    /// new one.
     /// @return false if memory is exhausted; this matrix is then unchanged. O(rows * cols).
     bool copy(const dense2D& other)
     {
         const std::size_t n = other.rows * other.cols;
         T* to = nullptr;
-        if (vec.get() == other.vec.get() || vec->count > 1 || vec->capacity - offset < n) {
+        // A block of the caller's may stand in this storage, so what wraps one is never written over.
+        const bool apart = vec->exclusive() && other.vec->not_owned == 0;
+        if (!apart || vec.get() == other.vec.get() || vec->capacity - offset < n) {
             const Ptr<vector_num<T>> fresh(new (std::nothrow) vector_num<T>);
             if (!fresh || (n != 0 && !fresh->grow(n, 0, 1))) return false;
             to = fresh->data;
@@ -150,8 +154,8 @@ public:
     /// Sets the shape; existing columns keep their values, new elements are uninitialised.
     ///
     /// With unchanged or fewer rows the columns stay where they are. With more rows than ld, or with
-    /// more rows in a storage that other views hold, they move apart: alone, within the storage;
-    /// otherwise into a new one, so that the other views keep their elements.
+    /// more rows in a storage that other views hold or the caller owns, they move apart: alone,
+    /// within the storage; otherwise into a new one, so that the others keep their elements.
     /// @return false if memory is exhausted; the matrix is then unchanged
     bool resize(std::size_t r, std::size_t c)
     {
@@ -161,7 +165,7 @@ public:
         } else if (empty()) {
             if (!slots_for(r, c, needed) || !fit(needed)) return false;
             ld = r;
-        } else if (r <= rows || (r <= ld && vec->count == 1)) {
+        } else if (r <= rows || (r <= ld && vec->exclusive())) {
             if (!slots_for(ld, c - 1, needed) || needed + r < needed || !fit(needed + r))
                 return false;
         } else if (!spread_columns(r, c)) {
@@ -187,15 +191,17 @@ public:
     /// Makes the matrix empty, all dimensions 0; storage and capacity stay.
     void clear() { rows = cols = ld = 0; }
 
-    /// Appends a column of two, amortised O(1).
+    /// Appends a column of two, amortised O(1). Columns without rows count: they become columns of
+    /// two uninitialised rows.
     ///
     /// @return false if the matrix is not empty and has other than 2 rows, or memory is exhausted;
     ///         the matrix is then unchanged
     bool push_back(const vector_fixed<T, 2>& column)
     {
         if (!empty() && rows != 2) return false;
-        const std::size_t n = empty() ? 0 : cols;
-        if (n == 0 || n == column_capacity()) reserve(2, std::max<std::size_t>(2 * n, 4));
+        const std::size_t n = cols;
+        if (n == std::numeric_limits<std::size_t>::max()) return false;
+        if (empty() || n == column_capacity()) reserve(2, std::max<std::size_t>(2 * n, 4));
         if (!resize(2, n + 1)) return false;
         std::copy_n(column.data, 2, vec->data + offset + n * ld);
         return true;
@@ -242,7 +248,7 @@ private:
         std::size_t needed = 0;
         if (!slots_for(r, c, needed)) return false;
         const std::size_t kept = std::min(cols, c);
-        if (vec->count > 1 || r < ld) {
+        if (!vec->exclusive()) {
             const Ptr<vector_num<T>> fresh(new (std::nothrow) vector_num<T>);
             if (!fresh || !fresh->grow(needed, 0, 1)) return false;
             copy_columns(sub_matrix(0, 0, rows, kept), fresh->data, r);

@@ -43,12 +43,20 @@ public:
         if (grow(n, 0, 1) && n != 0) std::fill_n(data, n, v);
     }
 
-    ~vector_num() override
+    ~vector_num() override { release(); }
+
+    /// Whether one view alone holds the storage and the block is its own, so that nothing else can
+    /// tell when elements move or change.
+    bool exclusive() const { return count == 1 && not_owned == 0; }
+
+    /// Gives up the block: nothing is allocated afterwards.
+    void release()
     {
         drop_block();
         data = nullptr;
         capacity = 0;
         align_shift = 0;
+        not_owned = 0;
     }
 
     /// Moves to a new block of at least `needed` slots and at least capacity * factor.
