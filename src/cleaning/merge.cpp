@@ -38,6 +38,30 @@ double distance(const double* p, const double* q)
     return std::sqrt(sum);
 }
 
+template <unsigned Dim>
+struct box {
+    vector_fixed<double, Dim> low;
+    vector_fixed<double, Dim> high;
+
+    bool contains(const double* p) const
+    {
+        for (unsigned d = 0; d < Dim; ++d)
+            if (!(p[d] >= low[d]) || p[d] > high[d]) return false;
+        return true;
+    }
+};
+
+template <unsigned Dim>
+box<Dim> box_around(const double* p, double tol)
+{
+    box<Dim> around;
+    for (unsigned d = 0; d < Dim; ++d) {
+        around.low[d] = p[d] - tol;
+        around.high[d] = p[d] + tol;
+    }
+    return around;
+}
+
 // The merging of one call: a tree that is built once, and the map that says for each node which one
 // stands for it.
 template <unsigned Dim>
@@ -62,9 +86,14 @@ public:
     size_t apply(const dense1D<unsigned>& nodes);
 
 private:
+    // Not in the map are NO_NODE, and what a list of nodes cut short by exhausted memory left unchecked.
+    bool in_map(unsigned node) const { return node < id_map_.size; }
     bool stands(unsigned node) const { return id_map_[node] == node; }
 
-    void find_near(const double* p);
+    void scan_element(const unsigned* node, const unsigned* end, unsigned a);
+    bool has_company(const unsigned* node, const unsigned* end, unsigned a,
+                     const box<Dim>& around) const;
+    void find_near(const box<Dim>& around);
     void add(float distance, unsigned keeper, unsigned merged);
     void absorb(unsigned keeper, unsigned merged);
     void point_to_representative(unsigned node);
@@ -102,7 +131,7 @@ void node_merger<Dim>::scan(const dense1D<unsigned>& scanned)
     for (const unsigned a : scanned) {
         if (a == NO_NODE || !stands(a)) continue;
         const double* p = column(pos_, a);
-        find_near(p);
+        find_near(box_around<Dim>(p, tol_));
         for (const unsigned b : near_) {
             if (b == a || !stands(b)) continue;
             // Compared as a double, sorted as a float.
@@ -118,21 +147,35 @@ void node_merger<Dim>::scan(const dense2D<unsigned>& connectM)
     for (size_t e = 0; e < connectM.cols; ++e) {
         const unsigned* node = column(connectM, e);
         const unsigned* end = node + connectM.rows;
-        for (const unsigned* k = node; k != end; ++k) {
-            const unsigned a = *k;
-            // Above the map is NO_NODE, and what a list of nodes cut short by exhausted memory missed.
-            if (a >= id_map_.size || !stands(a)) continue;
-            const double* p = column(pos_, a);
-            find_near(p);
-            if (near_.size == 1) continue;
-            for (const unsigned b : near_) {
-                if (b == a || !stands(b) || std::find(node, end, b) == end) continue;
-                // Rounded first: within an element both comparison and order go by the float.
-                const auto between = float(distance<Dim>(p, column(pos_, b)));
-                if (!(double(between) > tol_)) add(between, a, b);
-            }
-        }
+        for (const unsigned* k = node; k != end; ++k)
+            if (in_map(*k) && stands(*k)) scan_element(node, end, *k);
     }
+}
+
+template <unsigned Dim>
+void node_merger<Dim>::scan_element(const unsigned* node, const unsigned* end, unsigned a)
+{
+    const double* p = column(pos_, a);
+    const box<Dim> around = box_around<Dim>(p, tol_);
+    if (!has_company(node, end, a, around)) return;
+    find_near(around);
+    for (const unsigned b : near_) {
+        if (b == a || !stands(b) || std::find(node, end, b) == end) continue;
+        // Rounded first: within an element both comparison and order go by the float.
+        const auto between = float(distance<Dim>(p, column(pos_, b)));
+        if (!(double(between) > tol_)) add(between, a, b);
+    }
+}
+
+// Whether another node of the element is in the box. Most often none is, and the tree, which is needed
+// for the order of several, need not be searched.
+template <unsigned Dim>
+bool node_merger<Dim>::has_company(const unsigned* node, const unsigned* end, unsigned a,
+                                   const box<Dim>& around) const
+{
+    return std::any_of(node, end, [&](unsigned b) {
+        return b != a && in_map(b) && stands(b) && around.contains(column(pos_, b));
+    });
 }
 
 template <unsigned Dim>
@@ -147,17 +190,10 @@ size_t node_merger<Dim>::apply(const dense1D<unsigned>& nodes)
 }
 
 template <unsigned Dim>
-void node_merger<Dim>::find_near(const double* p)
+void node_merger<Dim>::find_near(const box<Dim>& around)
 {
     near_.clear();
-    if (tree_.size() == 0) return;
-    vector_fixed<double, Dim> low;
-    vector_fixed<double, Dim> high;
-    for (unsigned d = 0; d < Dim; ++d) {
-        low[d] = p[d] - tol_;
-        high[d] = p[d] + tol_;
-    }
-    tree_.nodes_in_box(low, high, near_);
+    if (tree_.size() != 0) tree_.nodes_in_box(around.low, around.high, near_);
 }
 
 // A pair at distance 0 sorts before all others and keeps its place in the scan, so it needs no
