@@ -1,7 +1,6 @@
 #pragma once
 
-#include <clocale>
-#include <locale.h>
+#include <locale.h> // NOLINT(modernize-deprecated-headers): the POSIX part of it
 
 namespace kz3::lattiq::detail {
 

@@ -203,10 +203,11 @@ private:
 
 using text_line = std::array<char, 256>;
 
-bool skip_line(std::FILE* in)
+bool skip_lines(std::FILE* in, int n)
 {
     text_line line;
-    return std::fgets(line.data(), int(line.size()), in) != nullptr;
+    while (n > 0 && std::fgets(line.data(), int(line.size()), in) != nullptr) --n;
+    return n == 0;
 }
 
 // Adds the next facet; false where the text holds no further whole one.
@@ -214,14 +215,14 @@ bool read_text_facet(std::FILE* in, facet_list& list)
 {
     point x{};
     if (std::fscanf(in, "   facet normal %lg %lg %lg\n", &x[0], &x[1], &x[2]) != 3) return false;
-    if (!skip_line(in)) return false; // outer loop
+    if (!skip_lines(in, 1)) return false; // outer loop
     triangle corners;
     for (point& corner : corners) {
         if (std::fscanf(in, "      vertex %lg %lg %lg\n", &x[0], &x[1], &x[2]) != 3) return false;
         corner = x;
         list.add_node(corner);
     }
-    if (!skip_line(in) || !skip_line(in)) return false; // endloop, endfacet
+    if (!skip_lines(in, 2)) return false; // endloop, endfacet
     list.add_facet(corners);
     return true;
 }
@@ -229,7 +230,7 @@ bool read_text_facet(std::FILE* in, facet_list& list)
 bool read_text(std::FILE* in, facet_list& list)
 {
     const c_locale pinned;
-    if (!skip_line(in)) return false;
+    if (!skip_lines(in, 1)) return false;
     while (read_text_facet(in, list)) {}
     return true;
 }
