@@ -1,10 +1,11 @@
 #include <algorithm>
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <iterator>
 #include <memory>
 #include <new>
+#include <tuple>
+#include <utility>
 
 #include <kz3/lattiq/connectivity.h>
 #include <kz3/lattiq/core.h>
@@ -27,8 +28,6 @@ constexpr std::uint32_t hash_primes[] = {
 struct face_ref {
     unsigned element;
     unsigned face;
-
-    auto operator<=>(const face_ref&) const = default;
 };
 
 /// The nodes of a face in an order that depends neither on where its cycle starts nor on its
@@ -38,9 +37,12 @@ using face_key = std::array<unsigned, 4>;
 struct keyed_face {
     face_key key;
     face_ref ref;
-
-    auto operator<=>(const keyed_face&) const = default;
 };
+
+bool operator<(const keyed_face& a, const keyed_face& b)
+{
+    return std::tie(a.key, a.ref.element, a.ref.face) < std::tie(b.key, b.ref.element, b.ref.face);
+}
 
 /// All faces by bucket: those of bucket b are refs[ends[b - 1]] to refs[ends[b] - 1], in rising order
 /// of element, then local face.

@@ -58,13 +58,69 @@ KZ3_LATTIQ_API int get_ancestors(const dense2D<unsigned>& connectM, dense1D<unsi
 
 // ---- connectivity/get_neighbors.cpp ----
 
+/// The element across each local face of each element.
+///
+/// Local faces are numbered by kind: in bars, triangles and tetrahedra face f lies opposite node f,
+/// in quadrangles it runs from node f to the next; get_element_boundaries writes them all in order.
+/// Two faces are one if they hold the same nodes, quadrangles if also in the same cycle, in either
+/// direction. An element with two equal faces is its own neighbour. Faces whose nodes add up to
+/// 0xFFFFFFFF modulo 2^32 are never matched, except in bars, triangles and tetrahedra.
+///
+/// @param connectM  one column per element, may be strided
+/// @param type      ET_BAR2, ET_TRIA3, ET_QUAD4, ET_FACE_MIX of 3 or 4 rows, ET_TETRA4, ET_PYRA5,
+///                  ET_PENTA6, ET_HEXA8, or ET_SOLID_MIX of 8 rows
+/// @param link_non_manifold  of a face that three or more elements hold: true joins the first two by
+///                  element, then local face; false joins none
+/// @param neighbors  cleared: one row per local face (2, 3, 4, 4, 4, 5, 5, 6 or 6 by type, 3 for
+///                  ET_FACE_MIX of 3 rows), one column per element; 0xFFFFFFFF where there is no
+///                  element, and in rows that the kind of a mixed column does not use
+/// @return 0, also for an empty connectM whatever its type, or the first that applies:
+///         -1    connectM fails check_IDs for type and the bound NO_NODE, or is an ET_SOLID_MIX of
+///               4, 5 or 6 rows
+///         -2    type is none of those listed
+///         -199  memory is exhausted
+/// On a negative result neighbors is empty. connectM is never changed, unless it is neighbors itself.
+/// O(faces), with a logarithm for faces whose nodes have one sum; allocates neighbors and some 16
+/// bytes a face.
 KZ3_LATTIQ_API int get_neighbors(const dense2D<unsigned>& connectM, element_type type,
                                  bool link_non_manifold, dense2D<unsigned>& neighbors);
 
-// ---- connectivity/get_mesh_boundaries.cpp, get_element_boundaries.cpp ----
+// ---- connectivity/get_element_boundaries.cpp ----
 
+/// All local faces of all elements as a mesh of their own; a face between two elements comes twice.
+///
+/// @param connectM    one column per element, may be strided
+/// @param type        as for get_neighbors
+/// @param boundaries  cleared: one column per face, by element, then by local face. 1 row for bars, 2
+///                    for triangles, quadrangles and ET_FACE_MIX, 3 for tetrahedra, 4 for the other
+///                    solids, where a triangle ends in NO_NODE as in ET_FACE_MIX. Nodes run as they
+///                    do around the face of the element.
+/// @return 0, also for an empty connectM whatever its type, or the first that applies:
+///         -1    connectM fails check_IDs for type and the bound NO_NODE, or is an ET_SOLID_MIX of
+///               4, 5 or 6 rows
+///         -2    type is none of those of get_neighbors
+///         -199  boundaries could not be sized
+/// On a negative result boundaries is empty. connectM is never changed, unless it is boundaries
+/// itself. O(faces); allocates only boundaries.
 KZ3_LATTIQ_API int get_element_boundaries(const dense2D<unsigned>& connectM, element_type type,
                                           dense2D<unsigned>& boundaries);
+
+// ---- connectivity/get_mesh_boundaries.cpp ----
+
+/// The faces without a neighbour as a mesh of their own: the boundary of the mesh.
+///
+/// Arguments and form as for get_element_boundaries; what differs:
+///
+/// @param neighbors   the matrix of get_neighbors, may be strided. Only its shape and the entries
+///                    0xFFFFFFFF are looked at.
+/// @param boundaries  cleared: as for get_element_boundaries, without the faces that have a
+///                    neighbour. Where all have one it has rows but no columns.
+/// @return 0, also for an empty connectM whatever else is wrong, or the first that applies:
+///         -1    connectM fails check_IDs for type and the bound NO_NODE, or is an ET_SOLID_MIX of
+///               4, 5 or 6 rows
+///         -2    type is none of those of get_neighbors, or neighbors does not have the columns of
+///               connectM and the rows that get_neighbors gives the type
+///         -199  boundaries could not be sized
 KZ3_LATTIQ_API int get_mesh_boundaries(const dense2D<unsigned>& connectM,
                                        const dense2D<unsigned>& neighbors, element_type type,
                                        dense2D<unsigned>& boundaries);
