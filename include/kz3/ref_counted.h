@@ -51,10 +51,8 @@ public:
         return *this;
     }
 
-    Ptr& operator=(const Ptr& other)
-    {
-        return *this = other.object_;
-    } // NOLINT(bugprone-unhandled-self-assignment)
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): takes hold before it releases
+    Ptr& operator=(const Ptr& other) { return *this = other.object_; }
 
     T* get() const { return object_; }
     T* operator->() const { return object_; }

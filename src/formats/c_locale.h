@@ -1,6 +1,6 @@
 #pragma once
 
-#include <locale.h> // NOLINT(modernize-deprecated-headers): the POSIX part of it
+#include <clocale> // NOLINT(modernize-deprecated-headers): the POSIX part of it
 
 namespace kz3::lattiq::detail {
 
