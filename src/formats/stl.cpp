@@ -9,8 +9,8 @@
 #include <kz3/lattiq/formats.h>
 
 #include "core/column.h"
-#include "formats/c_locale.h"
 #include "formats/file.h"
+#include "formats/text_scanner.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -201,36 +201,51 @@ private:
     double smallest_height = none;
 };
 
-using text_line = std::array<char, 256>;
-
-bool skip_lines(std::FILE* in, int n)
+// Three numbers and the white space behind them, which reaches over line ends.
+bool read_point(text_scanner& in, point& x)
 {
-    text_line line;
-    while (n > 0 && std::fgets(line.data(), int(line.size()), in) != nullptr) --n;
-    return n == 0;
+    for (double& value : x)
+        if (!in.number(value)) return false;
+    in.skip_space();
+    return true;
+}
+
+// "facet normal" of fscanf: white space may be anything, also nothing. The normal itself is not used.
+bool read_facet_head(text_scanner& in)
+{
+    in.skip_space();
+    if (!in.match("facet")) return false;
+    in.skip_space();
+    point normal;
+    return in.match("normal") && read_point(in, normal);
+}
+
+bool read_corner(text_scanner& in, point& x)
+{
+    in.skip_space();
+    return in.match("vertex") && read_point(in, x);
 }
 
 // Adds the next facet; false where the text holds no further whole one.
-bool read_text_facet(std::FILE* in, facet_list& list)
+bool read_text_facet(text_scanner& in, facet_list& list)
 {
-    point x{};
-    if (std::fscanf(in, "   facet normal %lg %lg %lg\n", &x[0], &x[1], &x[2]) != 3) return false;
-    if (!skip_lines(in, 1)) return false; // outer loop
+    if (!read_facet_head(in)) return false;
+    if (!in.skip_line()) return false; // outer loop
     triangle corners;
     for (point& corner : corners) {
-        if (std::fscanf(in, "      vertex %lg %lg %lg\n", &x[0], &x[1], &x[2]) != 3) return false;
-        corner = x;
+        if (!read_corner(in, corner)) return false;
         list.add_node(corner);
     }
-    if (!skip_lines(in, 2)) return false; // endloop, endfacet
+    if (!in.skip_line()) return false; // endloop
+    if (!in.skip_line()) return false; // endfacet
     list.add_facet(corners);
     return true;
 }
 
-bool read_text(std::FILE* in, facet_list& list)
+bool read_text(std::FILE* stream, facet_list& list)
 {
-    const c_locale pinned;
-    if (!skip_lines(in, 1)) return false;
+    text_scanner in(stream);
+    if (!in.skip_line()) return false;
     while (read_text_facet(in, list)) {}
     return true;
 }
