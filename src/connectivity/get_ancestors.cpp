@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/column.h"
+#include "core/runs.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -12,10 +13,10 @@ using namespace detail;
 unsigned largest_entry(const dense2D<unsigned>& connectM)
 {
     unsigned largest = 0;
-    for (size_t e = 0; e < connectM.cols; ++e) {
-        const unsigned* node = column(connectM, e);
-        for (size_t k = 0; k < connectM.rows; ++k) largest = std::max(largest, node[k]);
-    }
+    for_each_run(connectM, [&](const unsigned* node, size_t n) {
+        largest = std::max(largest, *std::max_element(node, node + n));
+        return true;
+    });
     return largest;
 }
 

@@ -5,6 +5,7 @@
 
 #include "core/column.h"
 #include "core/out_of_memory.h"
+#include "core/runs.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -18,14 +19,17 @@ struct extent {
 extent measure(const dense2D<unsigned>& connectM)
 {
     extent found;
-    for (size_t e = 0; e < connectM.cols; ++e) {
-        const unsigned* node = column(connectM, e);
-        for (size_t k = 0; k < connectM.rows; ++k) {
-            const bool hole = node[k] == NO_NODE;
-            found.largest = std::max(found.largest, hole ? 0U : node[k]);
-            found.entries += hole ? 0U : 1U;
+    for_each_run(connectM, [&](const unsigned* node, size_t n) {
+        unsigned above = 0; // one above the largest: a hole counts as 0 by wrapping round
+        size_t holes = 0;
+        for (size_t i = 0; i < n; ++i) {
+            above = std::max(above, node[i] + 1);
+            holes += node[i] == NO_NODE ? 1U : 0U;
         }
-    }
+        if (above != 0) found.largest = std::max(found.largest, above - 1);
+        found.entries += n - holes;
+        return true;
+    });
     return found;
 }
 
@@ -33,11 +37,11 @@ extent measure(const dense2D<unsigned>& connectM)
 void count_rows(const dense2D<unsigned>& connectM, dense1D<unsigned>& row_ends)
 {
     unsigned* count = row_ends.begin();
-    for (size_t e = 0; e < connectM.cols; ++e) {
-        const unsigned* node = column(connectM, e);
-        for (size_t k = 0; k < connectM.rows; ++k)
-            if (node[k] != NO_NODE) ++count[node[k]];
-    }
+    for_each_run(connectM, [=](const unsigned* node, size_t n) {
+        for (size_t i = 0; i < n; ++i)
+            if (node[i] != NO_NODE) ++count[node[i]];
+        return true;
+    });
     std::partial_sum(row_ends.begin(), row_ends.end(), row_ends.begin());
 }
 

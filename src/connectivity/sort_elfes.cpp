@@ -28,8 +28,8 @@ void count_nodes(const dense2D<unsigned>& connectM, work_lists& work)
     }
 }
 
-// Falling node count, and falling element index among equal counts. On entry `ends` holds the number
-// of elements of each count, then the place that its next element takes, and at last its end.
+// Falling node count, and falling element index among equal counts. On entry `ends` holds the
+// number of elements of each count, then the place that its next element takes, at last its end.
 void order_elements(work_lists& work)
 {
     unsigned start = 0;

@@ -11,17 +11,17 @@ namespace kz3::lattiq {
 
 /// The elements that hold each node, as a compressed graph.
 ///
-/// Row k stands in row_values from row_starts[k] up to row_starts[k + 1]. Element kinds play no part;
-/// NO_NODE entries are holes.
+/// Row k stands in row_values from row_starts[k] up to row_starts[k + 1]. Element kinds play no
+/// part; NO_NODE entries are holes.
 ///
 /// @param connectM    one column per element, may be strided
-/// @param row_starts  cleared: m + 2 entries, m the largest node, or 0 if all are NO_NODE. The first
-///                    is 0, the last the size of row_values. The single value 0 if connectM is
-///                    empty.
+/// @param row_starts  cleared: m + 2 entries, with m the largest node, or 0 if all are NO_NODE. The
+///                    first is 0, the last the size of row_values. The single value 0 if connectM
+///                    is empty.
 /// @param row_values  cleared: elements, rising within a row. An element that names a node twice
 ///                    stands twice in its row. A node that none names has an empty row.
-/// @return 0, or -199 if a result could not be sized or needs positions above 32 bits; both are empty
-///         then
+/// @return 0, or -199 if a result could not be sized or needs positions above 32 bits; both are
+///         empty then
 /// The results share no elements with connectM. O(entries + m); allocates only the results.
 KZ3_LATTIQ_API int get_connected_elements(const dense2D<unsigned>& connectM,
                                           dense1D<unsigned>& row_starts,
@@ -34,8 +34,8 @@ KZ3_LATTIQ_API int get_connected_elements(const dense2D<unsigned>& connectM,
 ///
 /// @param row_values  cleared: each neighbour once, never the node itself, in order of first
 ///                    discovery: by rising element, then by row of the element
-/// @return 0, or -199 if a result or work list could not be sized, or the result needs positions above
-///         32 bits; both are empty then
+/// @return 0, or -199 if a result or work list could not be sized, or the result needs positions
+///         above 32 bits; both are empty then
 /// O(sum over all nodes of the entries of their elements); allocates the results, the graph of
 /// get_connected_elements and 4 bytes a node.
 KZ3_LATTIQ_API int get_node_graph(const dense2D<unsigned>& connectM, dense1D<unsigned>& row_starts,
@@ -133,12 +133,13 @@ KZ3_LATTIQ_API int get_mesh_boundaries(const dense2D<unsigned>& connectM,
 /// faces, then in the order in which earlier elements reach them, face by face. Element kinds and
 /// nodes play no part.
 ///
-/// @param neighbors          one column per element, any number of rows, may be strided: the element
-///                           across each face. An entry above the number of columns, such as NO_NODE,
-///                           is no neighbour; one equal to it is an error that ends the process.
+/// @param neighbors          one column per element, any number of rows, may be strided: the
+///                           element across each face. An entry above the number of columns, such
+///                           as NO_NODE, is no neighbour; one equal to it is an error that ends the
+///                           process.
 /// @param sorted_elements    cleared: every element once, those of a subdomain side by side
-/// @param subdomain_offsets  cleared: the start of each subdomain in sorted_elements, then the number
-///                           of elements. An entry for which no memory is found is left out.
+/// @param subdomain_offsets  cleared: the start of each subdomain in sorted_elements, then the
+///                           number of elements. An entry that finds no memory is left out.
 /// @return 0, or -199 if sorted_elements could not be sized; both outputs are empty then
 /// O(entries); allocates the outputs and one bit an element.
 KZ3_LATTIQ_API int get_subdomains(const dense2D<unsigned>& neighbors,
@@ -147,15 +148,16 @@ KZ3_LATTIQ_API int get_subdomains(const dense2D<unsigned>& neighbors,
 
 /// Reorders a mesh in place, so that each subdomain becomes one run of columns.
 ///
-/// @param connectM           replaced: its columns in the order of sorted_elements above. Must have as
-///                           many columns as neighbors, which is not checked.
+/// @param connectM           replaced: its columns in the order of sorted_elements above. Must have
+///                           as many columns as neighbors, which is not checked.
 /// @param neighbors          replaced: columns in the same order, entries renumbered to match
-/// @param subdomain_offsets  cleared: the first column of each subdomain, then the number of columns
-/// @return 0, or -199 if memory is exhausted. Where the subdomains could not be listed the matrices
-///         are then unchanged and subdomain_offsets is empty; where a matrix could not be replaced or
-///         renumbered all three are empty.
-/// Views of the old columns keep the old order. O(entries); allocates both matrices anew and 8 bytes
-/// an element.
+/// @param subdomain_offsets  cleared: the first column of each subdomain, then the number of
+///                           columns
+/// @return 0, or -199 if memory is exhausted. Where the elements could not be listed, the matrices
+///         are then unchanged and subdomain_offsets is empty; where a matrix could not be replaced
+///         or renumbered, all three are empty.
+/// Views of the old columns keep the old order. O(entries); allocates both matrices anew and 8
+/// bytes an element.
 KZ3_LATTIQ_API int get_subdomains(dense2D<unsigned>& connectM, dense2D<unsigned>& neighbors,
                                   dense1D<unsigned>& subdomain_offsets);
 
@@ -168,8 +170,8 @@ KZ3_LATTIQ_API int get_subdomains(dense2D<unsigned>& connectM, dense2D<unsigned>
 /// come to stand by falling node count and, among equal counts, by falling old index: the columns
 /// of a connectivity of one kind come out reversed.
 ///
-/// @param connectM       any number of rows, may be strided; columns exchanged in place, then shrunk
-///                       to the m columns with nodes. Removed columns end up behind them.
+/// @param connectM       any number of rows, may be strided; columns exchanged in place, then
+///                       shrunk to the m columns with nodes. Removed columns end up behind them.
 /// @param element_links  one column per element, entries element indices or NO_NODE, as of
 ///                       get_neighbors; may be strided, sharing no elements with connectM.
 ///                       Without entries it counts as absent. Columns go along with those of
