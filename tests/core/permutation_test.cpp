@@ -1,0 +1,147 @@
+#include <kz3/lattiq/core.h>
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+
+#include "support/allocation.h"
+#include "support/same.h"
+
+using namespace kz3::lattiq;
+
+namespace {
+
+template <typename T>
+class Permutation : public testing::Test {
+};
+using value_types = testing::Types<unsigned, double, float>;
+TYPED_TEST_SUITE(Permutation, value_types);
+
+} // namespace
+
+TYPED_TEST(Permutation, MovesElementsToTheirNewPlaces)
+{
+    dense1D<TypeParam> values{10, 20, 30};
+    permutation(values, dense1D<unsigned>{2, 0, 1});
+    EXPECT_TRUE(same(values, dense1D<TypeParam>{20, 30, 10}));
+}
+
+TYPED_TEST(Permutation, LeavesPlacesThatNothingAddresses)
+{
+    dense1D<TypeParam> values{10, 20, 30};
+    permutation(values, dense1D<unsigned>{1});
+    EXPECT_TRUE(same(values, dense1D<TypeParam>{10, 10, 30}));
+}
+
+TYPED_TEST(Permutation, TheLastOfSeveralThatAddressAPlaceWins)
+{
+    dense1D<TypeParam> values{10, 20, 30, 40};
+    permutation(values, dense1D<unsigned>{3, 3, 3});
+    EXPECT_TRUE(same(values, dense1D<TypeParam>{10, 20, 30, 30}));
+}
+
+TYPED_TEST(Permutation, AnElementThatStaysDoesNotWinBackItsPlace)
+{
+    dense1D<TypeParam> values{10, 20, 30};
+    permutation(values, dense1D<unsigned>{1, 1, 1});
+    EXPECT_TRUE(same(values, dense1D<TypeParam>{10, 30, 30}));
+    dense1D<TypeParam> again{10, 20, 30};
+    permutation(again, dense1D<unsigned>{1, 1, 2});
+    EXPECT_TRUE(same(again, dense1D<TypeParam>{10, 10, 30}));
+}
+
+TYPED_TEST(Permutation, OverlooksHolesAndPlacesBeyondTheEnd)
+{
+    dense1D<TypeParam> values{10, 20, 30};
+    permutation(values, dense1D<unsigned>{none, 3, 0});
+    EXPECT_TRUE(same(values, dense1D<TypeParam>{30, 20, 30}));
+}
+
+TYPED_TEST(Permutation, OverlooksTheEndOfALongerTable)
+{
+    dense1D<TypeParam> values{10, 20};
+    permutation(values, dense1D<unsigned>{1, 0, 0, 1});
+    EXPECT_TRUE(same(values, dense1D<TypeParam>{20, 10}));
+}
+
+TYPED_TEST(Permutation, AcceptsEmptyInput)
+{
+    dense1D<TypeParam> values;
+    permutation(values, dense1D<unsigned>{1, 0});
+    EXPECT_EQ(values.size, 0u);
+    dense1D<TypeParam> kept{10, 20};
+    permutation(kept, dense1D<unsigned>());
+    EXPECT_TRUE(same(kept, dense1D<TypeParam>{10, 20}));
+}
+
+TYPED_TEST(Permutation, WritesThroughTheCallersView)
+{
+    dense1D<TypeParam> values{1, 10, 20, 30, 2};
+    dense1D<TypeParam> middle = values.sub_vector(1, 3);
+    permutation(middle, dense1D<unsigned>{2, 0, 1});
+    EXPECT_TRUE(same(values, dense1D<TypeParam>{1, 20, 30, 10, 2}));
+    EXPECT_EQ(middle.vec.get(), values.vec.get());
+}
+
+TYPED_TEST(Permutation, LeavesTheValuesWhereMemoryIsExhausted)
+{
+    const dense1D<unsigned> perm{2, 0, 1};
+    const std::size_t before = allocation::live_blocks();
+    for (const bool onwards : {false, true}) {
+        const std::size_t runs = allocation::sweep<allocation::fail_containers>(
+            [&](std::size_t n, auto guarded) {
+                dense1D<TypeParam> values{10, 20, 30};
+                guarded([&] { permutation(values, perm); });
+                EXPECT_TRUE(same(values, n == 1 ? dense1D<TypeParam>{10, 20, 30}
+                                                : dense1D<TypeParam>{20, 30, 10}));
+            },
+            onwards);
+        EXPECT_EQ(runs, 1u);
+    }
+    const std::size_t runs =
+        allocation::sweep<allocation::fail_new>([&](std::size_t, auto guarded) {
+            dense1D<TypeParam> values{10, 20, 30};
+            bool moved = true;
+            guarded([&] {
+                const auto held = values; // a call that fails must not depend on being alone
+                try {
+                    permutation(values, perm);
+                } catch (const std::bad_alloc&) {
+                    moved = false;
+                }
+            });
+            if (!moved || values[0] == TypeParam(10))
+                EXPECT_TRUE(same(values, dense1D<TypeParam>{10, 20, 30}));
+            else
+                EXPECT_TRUE(same(values, dense1D<TypeParam>{20, 30, 10}));
+        });
+    EXPECT_GE(runs, 1u);
+    EXPECT_EQ(allocation::live_blocks(), before);
+}
+
+TEST(PermutationOfItself, ReadsTheTableAsItWas)
+{
+    dense1D<unsigned> values{2, 0, 1};
+    permutation(values, values);
+    // [2] becomes 2, [0] becomes 0, [1] becomes 1.
+    EXPECT_TRUE(same(values, dense1D<unsigned>{0, 1, 2}));
+}
+
+TEST(PermutationOfRandomTables, IsUndoneByTheInverse)
+{
+    std::mt19937 random(7);
+    for (size_t n = 1; n < 60; ++n) {
+        dense1D<unsigned> perm(n);
+        std::iota(perm.begin(), perm.end(), 0u);
+        std::shuffle(perm.begin(), perm.end(), random);
+        dense1D<unsigned> inverse(n);
+        for (size_t i = 0; i < n; ++i) inverse[perm[i]] = unsigned(i);
+        dense1D<double> values(n);
+        for (double& x : values) x = double(random());
+        const auto before = duplicate(values);
+        permutation(values, perm);
+        for (size_t i = 0; i < n; ++i) ASSERT_EQ(values[perm[i]], before[i]);
+        permutation(values, inverse);
+        ASSERT_TRUE(same(values, before));
+    }
+}
