@@ -33,6 +33,10 @@ class node_kd_tree;
 /// several equidistant nodes is found and the order of the nodes in a box, so that results are the
 /// same from run to run. Nodes at one position stand one below the other; n of them cost O(n*n) to
 /// index. Queries allocate only where the tree is very deep.
+///
+/// Where memory for local data is exhausted std::bad_alloc is thrown: by reinit and copies, which
+/// leave the detector unchanged or without nodes, by insert, which leaves it unchanged, and by
+/// queries on very deep trees.
 class node_detector {
 public:
     /// An empty detector.
