@@ -197,10 +197,12 @@ struct regime {
     size_t elements;
     unsigned base;
     unsigned span;
+    unsigned stride = 1;
 };
 
 // Few nodes make every face collide and repeat nodes; the highest make sums wrap; those about a
-// half, a third and a quarter of the range make sums of 0xFFFFFFFF.
+// half, a third and a quarter of the range make sums of 0xFFFFFFFF; those 53 apart, the number of
+// buckets of a small mesh, make sums that differ and still share a bucket.
 constexpr regime regimes[] = {
     {1, 0, 1},
     {2, 0, 4},
@@ -215,6 +217,8 @@ constexpr regime regimes[] = {
     {60, 0x55555555 - 3, 7},
     {60, 0x3FFFFFFF - 2, 6},
     {60, 0, 0xFFFFFFFF},
+    {17, 0, 6, 53},
+    {26, 7, 4, 97},
 };
 
 TEST_P(NeighborsOfType, AgreesWithBucketsWalkedStepByStep)
@@ -224,7 +228,7 @@ TEST_P(NeighborsOfType, AgreesWithBucketsWalkedStepByStep)
             SCOPED_TRACE("seed " + std::to_string(seed) + ", base " + std::to_string(r.base) +
                          ", span " + std::to_string(r.span));
             std::mt19937 random(seed);
-            const auto m = random_elements(type, r.elements, r.base, r.span, random);
+            const auto m = random_elements(type, r.elements, r.base, r.span, random, r.stride);
             for (const bool link_non_manifold : {false, true}) {
                 dense2D<unsigned> neighbors(1, 3, 4U);
                 dense2D<unsigned> expected;

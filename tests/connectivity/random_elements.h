@@ -8,16 +8,17 @@
 
 #include "core/element_table.h"
 
-/// n elements whose nodes lie in [base, base + span), repeated nodes included. Mixed columns are of
+/// n elements on the span nodes base, base + stride, ..., repeated nodes included. Mixed columns are of
 /// any kind; below the first hole of a solid, where nothing is read, stands whatever comes.
 inline kz3::dense2D<unsigned> random_elements(kz3::lattiq::element_type type, std::size_t n,
-                                              unsigned base, unsigned span, std::mt19937& random)
+                                              unsigned base, unsigned span, std::mt19937& random,
+                                              unsigned stride = 1)
 {
     using namespace kz3::lattiq;
     kz3::dense2D<unsigned> m(detail::find_faced_type(type)->rows, n);
     const auto below = [&](unsigned bound) { return unsigned(random() % bound); };
     for (std::size_t e = 0; e < n; ++e) {
-        for (std::size_t k = 0; k < m.rows; ++k) m(k, e) = base + below(span);
+        for (std::size_t k = 0; k < m.rows; ++k) m(k, e) = base + stride * below(span);
         if (type == ET_FACE_MIX && below(2) == 0) m(3, e) = NO_NODE;
         if (type == ET_SOLID_MIX)
             if (const unsigned hole = 4 + below(4); hole < 7) {
