@@ -1,0 +1,84 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+
+#include <kz3/dense1D.h>
+#include <kz3/dense2D.h>
+
+#include "core/column.h"
+
+namespace kz3::lattiq::detail {
+
+/// Whether a value moves nothing. Asked by comparison, so that NaN counts as no motion.
+inline bool is_zero(double x)
+{
+    return !(x < 0) && !(x > 0);
+}
+
+template <std::size_t N>
+bool is_zero(const vector_fixed<double, N>& v)
+{
+    for (const double x : v)
+        if (!is_zero(x)) return false;
+    return true;
+}
+
+/// Applies a motion of Dim components to columns of coordinates, which are widened to Dim rows first.
+///
+/// Where widening found memory exhausted, a column moves as if its missing rows held zeros, and only
+/// the rows that it has are written.
+template <size_t Dim, typename Motion>
+class mover {
+public:
+    mover(dense2D<double>& pos, const Motion& motion) : pos_(pos), motion_(motion)
+    {
+        if (pos.rows < Dim) pos.resize(Dim, pos.cols, 0.0);
+        held_ = std::min(pos.rows, Dim);
+    }
+
+    void operator()(size_t j)
+    {
+        double* p = column(pos_, j);
+        if (held_ == Dim) {
+            motion_(p);
+            return;
+        }
+        double whole[Dim] = {};
+        std::copy_n(p, held_, whole);
+        motion_(whole);
+        std::copy_n(whole, held_, p);
+    }
+
+private:
+    dense2D<double>& pos_;
+    Motion motion_;
+    size_t held_ = 0;
+};
+
+/// Moves all columns; returns how many.
+template <size_t Dim, typename Motion>
+int move_all(dense2D<double>& pos, const Motion& motion)
+{
+    mover<Dim, Motion> move(pos, motion);
+    for (size_t j = 0; j < pos.cols; ++j) move(j);
+    return int(pos.cols);
+}
+
+/// Moves the columns listed, one listed twice twice, and passes over IDs that are no column; returns
+/// the number of moves.
+template <size_t Dim, typename Motion>
+int move_listed(dense2D<double>& pos, const dense1D<unsigned>& ids, const Motion& motion)
+{
+    if (ids.size == 0) return 0;
+    mover<Dim, Motion> move(pos, motion);
+    int moved = 0;
+    for (size_t i = 0; i < ids.size; ++i) {
+        if (ids[i] >= pos.cols) continue;
+        move(ids[i]);
+        ++moved;
+    }
+    return moved;
+}
+
+} // namespace kz3::lattiq::detail
