@@ -45,6 +45,18 @@ TEST(STLInput, ReadsFromAPipe)
     }
 }
 
+TEST(STLInput, DoublesTheMatricesFromFourColumns)
+{
+    const std::size_t room[] = {0, 4, 8, 16, 16, 16, 32};
+    std::string lines = first_line;
+    for (std::size_t facets = 1; facets < std::size(room); ++facets) {
+        lines += collinear; // nothing is joined, so each keeps three nodes
+        const mesh m = read(lines, text);
+        EXPECT_EQ(m.pos.column_capacity(), room[facets]) << facets;
+        EXPECT_EQ(m.connectM.column_capacity(), facets <= 4 ? 4u : 8u) << facets;
+    }
+}
+
 TEST(STLInput, ClosesEveryFile)
 {
     const std::size_t before = open_descriptors();
@@ -61,10 +73,13 @@ TEST(STLInput, ClosesEveryFile)
 #ifdef LATTIQ_COMMA_LOCALE_PATH
 TEST(STLInput, ReadsTheSameValuesUnderALocaleWithADecimalComma)
 {
-    const std::string lines = first_line + unit + facet("1.5 0 0.25", "-0.125 1e-1 0", "5.5 5 0");
+    const std::string lines =
+        first_line + unit + facet("1.5 0 0.25", "-0.125 1e-1 0", "0x1.8p1 5.5e 0");
     const mesh expected = read(lines, text);
     const mesh comma = read(first_line + facet("1,5 0 0", "0 0 0", "0 0 0"), text);
     EXPECT_EQ(expected.pos(0, 3), 1.5);
+    EXPECT_EQ(expected.pos(0, 5), 3.0);
+    EXPECT_EQ(expected.pos(1, 5), 5.5);
     const comma_locale locale;
     EXPECT_TRUE(same(read(lines, text), expected));
     EXPECT_TRUE(same(read(first_line + facet("1,5 0 0", "0 0 0", "0 0 0"), text), comma));

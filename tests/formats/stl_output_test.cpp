@@ -94,6 +94,20 @@ TEST(STLOutput, LeavesANormalWhoseLengthUnderflowsAsItIs)
               std::string::npos);
 }
 
+// The squares are 1.2, 0.4 and (largest - 1) in units of the last place of the largest double. The two
+// small ones added first make 1.6 and carry the sum over to infinity, each by itself is rounded away.
+TEST(STLOutput, AddsTheSquaresOfANormalInTheOrderXZY)
+{
+    const double unit = std::ldexp(1.0, 971);
+    const double nx = std::sqrt(1.2 * unit);
+    const double nz = std::sqrt(0.4 * unit);
+    const double ny = std::sqrt(std::numeric_limits<double>::max());
+    const auto pos = columns<double>({{0, 0, 0}, {0, -nz, ny}, {1, -nx / ny, 0}});
+    const std::string file = written(pos, columns<unsigned>({{0, 1, 2}}), text);
+    EXPECT_NE(file.find("facet normal 0.000000e+00 0.000000e+00 0.000000e+00\n"), std::string::npos)
+        << file;
+}
+
 TEST(STLOutput, ReadsStridedViews)
 {
     const strided<double> pos(solid_nodes());
