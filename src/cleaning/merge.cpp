@@ -62,124 +62,40 @@ box<Dim> box_around(const double* p, double tol)
     return around;
 }
 
-// The merging of one call: a tree that is built once, and the map that says for each node which one
-// stands for it.
-template <unsigned Dim>
-class node_merger {
+// The pairs found, and the map that says for each node which one stands for it.
+class pair_list {
 public:
-    node_merger(const dense2D<double>& pos, dense1D<unsigned>& id_map, double tol)
-        : pos_(pos), id_map_(id_map), tol_(tol), tree_(pos)
-    {
-    }
+    explicit pair_list(dense1D<unsigned>& id_map) : id_map_(id_map) {}
 
-    // Puts the nodes into the tree and makes the map the identity; false if it cannot be sized.
-    bool plant(const dense1D<unsigned>& nodes);
+    bool stands(unsigned node) const { return id_map_[node] == node; }
 
-    // Collects the pairs of a scanned node and one in the tree.
-    void scan(const dense1D<unsigned>& scanned);
+    void add(float distance, unsigned keeper, unsigned merged);
 
-    // Collects those pairs that share an element.
-    void scan(const dense2D<unsigned>& connectM);
-
-    // Applies what was collected, the closest pairs first, and makes the map direct for `nodes`.
-    // Returns how many nodes were absorbed since the last call.
+    // Applies what was added, the closest pairs first, and makes the map direct for `nodes`. Returns
+    // how many nodes were absorbed since the last call.
     size_t apply(const dense1D<unsigned>& nodes);
 
 private:
-    // Not in the map are NO_NODE, and what a list of nodes cut short by exhausted memory left unchecked.
-    bool in_map(unsigned node) const { return node < id_map_.size; }
-    bool stands(unsigned node) const { return id_map_[node] == node; }
-
-    void scan_element(const unsigned* node, const unsigned* end, unsigned a);
-    bool has_company(const unsigned* node, const unsigned* end, unsigned a,
-                     const box<Dim>& around) const;
-    void find_near(const box<Dim>& around);
-    void add(float distance, unsigned keeper, unsigned merged);
     void absorb(unsigned keeper, unsigned merged);
     void point_to_representative(unsigned node);
 
-    const dense2D<double>& pos_;
     dense1D<unsigned>& id_map_;
-    double tol_;
-    node_kd_tree<Dim> tree_;
-    dense1D<unsigned> near_;
     std::vector<merge_pair> pairs_;
     size_t absorbed_ = 0;
 };
 
-template <unsigned Dim>
-bool node_merger<Dim>::plant(const dense1D<unsigned>& nodes)
+// A pair at distance 0 sorts before all others and keeps its place in the scan, so it needs no
+// sorting: applied at once, it spares the nodes that it absorbs their own search, and keeps a heap
+// of n coincident nodes from giving n * n pairs.
+void pair_list::add(float distance, unsigned keeper, unsigned merged)
 {
-    if (!id_map_.reserve(pos_.cols, 1)) return false;
-    tree_.reserve(nodes.size);
-
-    // The map has room to spare until the tree stands: it holds the order of insertion first.
-    id_map_.resize(nodes.size);
-    std::iota(id_map_.begin(), id_map_.end(), 0U);
-    mersenne_generator generator;
-    shuffle_indices(id_map_.begin(), id_map_.end(), generator);
-    for (const unsigned k : id_map_) tree_.insert_node(nodes[k]);
-
-    id_map_.resize(pos_.cols);
-    std::iota(id_map_.begin(), id_map_.end(), 0U);
-    return true;
+    if (distance == 0)
+        absorb(keeper, merged);
+    else
+        pairs_.push_back({distance, keeper, merged});
 }
 
-template <unsigned Dim>
-void node_merger<Dim>::scan(const dense1D<unsigned>& scanned)
-{
-    for (const unsigned a : scanned) {
-        if (a == NO_NODE || !stands(a)) continue;
-        const double* p = column(pos_, a);
-        find_near(box_around<Dim>(p, tol_));
-        for (const unsigned b : near_) {
-            if (b == a || !stands(b)) continue;
-            // Compared as a double, sorted as a float.
-            const double between = distance<Dim>(p, column(pos_, b));
-            if (!(between > tol_)) add(float(between), a, b);
-        }
-    }
-}
-
-template <unsigned Dim>
-void node_merger<Dim>::scan(const dense2D<unsigned>& connectM)
-{
-    for (size_t e = 0; e < connectM.cols; ++e) {
-        const unsigned* node = column(connectM, e);
-        const unsigned* end = node + connectM.rows;
-        for (const unsigned* k = node; k != end; ++k)
-            if (in_map(*k) && stands(*k)) scan_element(node, end, *k);
-    }
-}
-
-template <unsigned Dim>
-void node_merger<Dim>::scan_element(const unsigned* node, const unsigned* end, unsigned a)
-{
-    const double* p = column(pos_, a);
-    const box<Dim> around = box_around<Dim>(p, tol_);
-    if (!has_company(node, end, a, around)) return;
-    find_near(around);
-    for (const unsigned b : near_) {
-        if (b == a || !stands(b) || std::find(node, end, b) == end) continue;
-        // Rounded first: within an element both comparison and order go by the float.
-        const auto between = float(distance<Dim>(p, column(pos_, b)));
-        if (!(double(between) > tol_)) add(between, a, b);
-    }
-}
-
-// Whether another node of the element is in the box. Most often none is, and the tree, which is needed
-// for the order of several, need not be searched.
-template <unsigned Dim>
-bool node_merger<Dim>::has_company(const unsigned* node, const unsigned* end, unsigned a,
-                                   const box<Dim>& around) const
-{
-    return std::any_of(node, end, [&](unsigned b) {
-        return b != a && in_map(b) && stands(b) && around.contains(column(pos_, b));
-    });
-}
-
-template <unsigned Dim>
-size_t node_merger<Dim>::apply(const dense1D<unsigned>& nodes)
+size_t pair_list::apply(const dense1D<unsigned>& nodes)
 {
     std::stable_sort(pairs_.begin(), pairs_.end(), closer);
     for (const merge_pair& pair : pairs_) absorb(pair.keeper, pair.merged);
@@ -189,27 +105,7 @@ size_t node_merger<Dim>::apply(const dense1D<unsigned>& nodes)
     return std::exchange(absorbed_, 0);
 }
 
-template <unsigned Dim>
-void node_merger<Dim>::find_near(const box<Dim>& around)
-{
-    near_.clear();
-    if (tree_.size() != 0) tree_.nodes_in_box(around.low, around.high, near_);
-}
-
-// A pair at distance 0 sorts before all others and keeps its place in the scan, so it needs no
-// sorting: applied at once, it spares the nodes that it absorbs their own search, and keeps a heap
-// of n coincident nodes from giving n * n pairs.
-template <unsigned Dim>
-void node_merger<Dim>::add(float distance, unsigned keeper, unsigned merged)
-{
-    if (distance == 0)
-        absorb(keeper, merged);
-    else
-        pairs_.push_back({distance, keeper, merged});
-}
-
-template <unsigned Dim>
-void node_merger<Dim>::absorb(unsigned keeper, unsigned merged)
+void pair_list::absorb(unsigned keeper, unsigned merged)
 {
     if (!stands(keeper) || !stands(merged)) return;
     id_map_[merged] = keeper;
@@ -217,12 +113,80 @@ void node_merger<Dim>::absorb(unsigned keeper, unsigned merged)
 }
 
 // A node that absorbed others may be absorbed in turn; every node met on the way is shortcut too.
-template <unsigned Dim>
-void node_merger<Dim>::point_to_representative(unsigned node)
+void pair_list::point_to_representative(unsigned node)
 {
     unsigned last = node;
     while (!stands(last)) last = id_map_[last];
     while (node != last) node = std::exchange(id_map_[node], last);
+}
+
+// Leaves the map empty where it cannot be sized.
+bool make_identity(dense1D<unsigned>& id_map, size_t n)
+{
+    if (!id_map.reserve(n, 1)) {
+        id_map.clear();
+        return false;
+    }
+    id_map.resize(n);
+    std::iota(id_map.begin(), id_map.end(), 0U);
+    return true;
+}
+
+// Inserts the nodes in shuffled order, which keeps the tree flat. The identity lends its first words to
+// the shuffle.
+//
+// The shape of the tree is of no account beyond that: pairs that one node finds at one distance stand
+// together once sorted, and none of them decides about another.
+template <unsigned Dim>
+void plant(node_kd_tree<Dim>& tree, const dense1D<unsigned>& nodes, dense1D<unsigned>& identity)
+{
+    unsigned* order = identity.begin();
+    unsigned* end = order + nodes.size;
+    mersenne_generator generator;
+    shuffle_indices(order, end, generator);
+    tree.reserve(nodes.size);
+    for (const unsigned* k = order; k != end; ++k) tree.insert_node(nodes[*k]);
+    std::iota(order, end, 0U);
+}
+
+template <unsigned Dim>
+void scan(const dense2D<double>& pos, const node_kd_tree<Dim>& tree,
+          const dense1D<unsigned>& scanned, double tol, pair_list& pairs)
+{
+    dense1D<unsigned> found;
+    for (const unsigned a : scanned) {
+        if (a == NO_NODE || !pairs.stands(a)) continue;
+        const double* p = column(pos, a);
+        const box<Dim> around = box_around<Dim>(p, tol);
+        found.clear();
+        if (tree.size() != 0) tree.nodes_in_box(around.low, around.high, found);
+        for (const unsigned b : found) {
+            if (b == a || !pairs.stands(b)) continue;
+            // Compared as a double, sorted as a float.
+            const double between = distance<Dim>(p, column(pos, b));
+            if (!(between > tol)) pairs.add(float(between), a, b);
+        }
+    }
+}
+
+// An element holds all candidates for its nodes, so no tree is needed to find them.
+template <unsigned Dim>
+void scan_element(const dense2D<double>& pos, const unsigned* node, const unsigned* end, double tol,
+                  pair_list& pairs)
+{
+    // Beyond pos are NO_NODE, and what a list of nodes cut short by exhausted memory left unchecked.
+    const auto stands = [&](unsigned k) { return k < pos.cols && pairs.stands(k); };
+    for (const unsigned* a = node; a != end; ++a) {
+        if (!stands(*a)) continue;
+        const double* p = column(pos, *a);
+        const box<Dim> around = box_around<Dim>(p, tol);
+        for (const unsigned* b = node; b != end; ++b) {
+            if (*b == *a || !stands(*b) || !around.contains(column(pos, *b))) continue;
+            // Rounded first: within an element both comparison and order go by the float.
+            const auto between = float(distance<Dim>(p, column(pos, *b)));
+            if (!(double(between) > tol)) pairs.add(between, *a, *b);
+        }
+    }
 }
 
 // The nodes are distinct and without NO_NODE.
@@ -230,10 +194,12 @@ template <unsigned Dim>
 int merge_nodes(const dense2D<double>& pos, const dense1D<unsigned>& nodes,
                 const dense1D<unsigned>& scanned, dense1D<unsigned>& id_map, double tol)
 {
-    node_merger<Dim> merger(pos, id_map, tol);
-    if (!merger.plant(nodes)) return out_of_memory;
-    merger.scan(scanned);
-    return int(merger.apply(nodes));
+    if (!make_identity(id_map, pos.cols)) return out_of_memory;
+    node_kd_tree<Dim> tree(pos);
+    plant(tree, nodes, id_map);
+    pair_list pairs(id_map);
+    scan(pos, tree, scanned, tol, pairs);
+    return int(pairs.apply(nodes));
 }
 
 template <unsigned Dim>
@@ -241,12 +207,15 @@ int merge_within_elements(const dense2D<double>& pos, const dense1D<unsigned>& n
                           dense2D<unsigned>* first, dense2D<unsigned>* last,
                           dense1D<unsigned>& id_map, double tol, bool repeated)
 {
-    node_merger<Dim> merger(pos, id_map, tol);
-    if (!merger.plant(nodes)) return out_of_memory;
+    if (!make_identity(id_map, pos.cols)) return out_of_memory;
+    pair_list pairs(id_map);
     for (size_t total = 0;;) {
         for (const dense2D<unsigned>* connectM = first; connectM != last; ++connectM)
-            merger.scan(*connectM);
-        const size_t absorbed = merger.apply(nodes);
+            for (size_t e = 0; e < connectM->cols; ++e) {
+                const unsigned* node = column(*connectM, e);
+                scan_element<Dim>(pos, node, node + connectM->rows, tol, pairs);
+            }
+        const size_t absorbed = pairs.apply(nodes);
         for (dense2D<unsigned>* connectM = first; connectM != last; ++connectM)
             change_indices(*connectM, id_map);
         total += absorbed;

@@ -361,6 +361,8 @@ TEST(Merge, ComparesADoubleAcrossTheMeshAndAFloatWithinElements)
     EXPECT_EQ(join(shorter_as_float, 0.7, 0), 0);
     EXPECT_EQ(join(shorter_as_float, 0.7, 1), 1);
     EXPECT_EQ(join(shorter_as_float, 0.7, 2), 1);
+    // Along one axis the coordinates themselves are compared as doubles.
+    EXPECT_EQ(join(on_axis({0, 0.70000000008}), 0.7, 1), 0);
 }
 
 TEST(Merge, SkipsHolesInElements)
