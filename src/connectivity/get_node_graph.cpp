@@ -65,7 +65,7 @@ int get_node_graph(const dense2D<unsigned>& connectM, dense1D<unsigned>& row_sta
         return out_of_memory;
     }
 
-    marks = NO_NODE;
+    // The marks left behind need no reset: none is below its node, whose turn renews it.
     unsigned* value = row_values.begin();
     walk(
         connectM, relation, marks, [&](unsigned v) { *value++ = v; }, [](unsigned) {});

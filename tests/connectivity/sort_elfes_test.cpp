@@ -255,11 +255,15 @@ TEST(SortElfes, LeavesTheMatricesUnchangedWithoutMemory)
 
 TEST(SortElfes, EmptiesOutputsThatHeldSomethingWithoutMemory)
 {
-    auto mixed = faces();
-    dense1D<unsigned> nodes{1, 2}, ends{3}, moved{4};
-    const allocation::fail_containers none_left(1);
-    EXPECT_EQ(sort_elfes(mixed, nodes, ends, moved), -199);
-    EXPECT_EQ(nodes.size + ends.size + moved.size, 0U);
+    // The four work lists, then new_indices: the others have room.
+    for (const std::size_t n : {1, 2, 3, 4, 5}) {
+        dense2D<unsigned> tria(3, 9, 1U);
+        dense1D<unsigned> nodes{1, 2}, ends{3}, moved{4};
+        const allocation::fail_containers none_left(n);
+        EXPECT_EQ(sort_elfes(tria, nodes, ends, moved), -199) << n;
+        EXPECT_EQ(nodes.size + ends.size + moved.size, 0U) << n;
+        EXPECT_EQ(tria.cols, 9U) << n;
+    }
 }
 
 TEST(SortElfes, ThrowsWithTheMatricesUnchanged)
