@@ -71,9 +71,9 @@ public:
 
     void add(float distance, unsigned keeper, unsigned merged);
 
-    // Applies what was added, the closest pairs first, and makes the map direct for `nodes`. Returns
-    // how many nodes were absorbed since the last call.
-    size_t apply(const dense1D<unsigned>& nodes);
+    // Applies what was added, the closest pairs first, and makes the map direct. Returns how many nodes
+    // were absorbed since the last call.
+    size_t apply();
 
 private:
     void absorb(unsigned keeper, unsigned merged);
@@ -95,13 +95,13 @@ void pair_list::add(float distance, unsigned keeper, unsigned merged)
         pairs_.push_back({distance, keeper, merged});
 }
 
-size_t pair_list::apply(const dense1D<unsigned>& nodes)
+size_t pair_list::apply()
 {
     std::stable_sort(pairs_.begin(), pairs_.end(), closer);
     for (const merge_pair& pair : pairs_) absorb(pair.keeper, pair.merged);
     // One node of each pair has stopped being a representative, so none could ever be applied again.
     pairs_.clear();
-    for (const unsigned node : nodes) point_to_representative(node);
+    for (size_t j = 0; j < id_map_.size; ++j) point_to_representative(unsigned(j));
     return std::exchange(absorbed_, 0);
 }
 
@@ -199,13 +199,13 @@ int merge_nodes(const dense2D<double>& pos, const dense1D<unsigned>& nodes,
     plant(tree, nodes, id_map);
     pair_list pairs(id_map);
     scan(pos, tree, scanned, tol, pairs);
-    return int(pairs.apply(nodes));
+    return int(pairs.apply());
 }
 
 template <unsigned Dim>
-int merge_within_elements(const dense2D<double>& pos, const dense1D<unsigned>& nodes,
-                          dense2D<unsigned>* first, dense2D<unsigned>* last,
-                          dense1D<unsigned>& id_map, double tol, bool repeated)
+int merge_within_elements(const dense2D<double>& pos, dense2D<unsigned>* first,
+                          dense2D<unsigned>* last, dense1D<unsigned>& id_map, double tol,
+                          bool repeated)
 {
     if (!make_identity(id_map, pos.cols)) return out_of_memory;
     pair_list pairs(id_map);
@@ -215,7 +215,7 @@ int merge_within_elements(const dense2D<double>& pos, const dense1D<unsigned>& n
                 const unsigned* node = column(*connectM, e);
                 scan_element<Dim>(pos, node, node + connectM->rows, tol, pairs);
             }
-        const size_t absorbed = pairs.apply(nodes);
+        const size_t absorbed = pairs.apply();
         for (dense2D<unsigned>* connectM = first; connectM != last; ++connectM)
             change_indices(*connectM, id_map);
         total += absorbed;
@@ -228,8 +228,7 @@ int merge_range(const dense2D<double>& pos, const dense1D<unsigned>& nodes,
                 dense2D<unsigned>* first, dense2D<unsigned>* last, dense1D<unsigned>& id_map,
                 double tol, unsigned mode)
 {
-    if (mode != 0)
-        return merge_within_elements<Dim>(pos, nodes, first, last, id_map, tol, mode == 2);
+    if (mode != 0) return merge_within_elements<Dim>(pos, first, last, id_map, tol, mode == 2);
     const int merged = merge_nodes<Dim>(pos, nodes, nodes, id_map, tol);
     for (dense2D<unsigned>* connectM = first; connectM != last; ++connectM)
         change_indices(*connectM, id_map);

@@ -196,3 +196,22 @@ TEST(Merge, MergesAllWhenOnlyTheRoomAskedForAheadIsRefused)
         EXPECT_TRUE(same(m.id_map, unharmed.id_map));
     }
 }
+
+TEST(Merge, StaysInsideTheMapWhenTheListOfNodesIsCutShort)
+{
+    // The list has room for a few nodes only, so that the last one, which does not exist, escapes the
+    // check; the map needs no memory.
+    constexpr unsigned n = 30;
+    const dense2D<double> pos(2, n, 0.0);
+    for (const unsigned mode : {0U, 1U, 2U}) {
+        dense2D<unsigned> connectM(n, 1);
+        for (unsigned k = 0; k < n; ++k) connectM(k, 0) = k + 1 < n ? k : 1U << 20;
+        dense1D<unsigned> id_map(n);
+        const allocation::fail_containers growth(2, true);
+        const int merged = merge(pos, connectM, id_map, 0.1, mode);
+        EXPECT_EQ(merged, mode == 0 ? 0 : int(n) - 2) << mode; // in mode 0 the tree finds no memory
+        EXPECT_TRUE(growth.fired());
+        EXPECT_EQ(connectM(n - 1, 0), 1U << 20);
+        for (unsigned k = 0; k + 1 < n; ++k) EXPECT_EQ(id_map[k], mode == 0 ? k : 0);
+    }
+}
