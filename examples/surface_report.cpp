@@ -130,12 +130,15 @@ void print(const misc::histogram& hist)
 
 bool report(const std::string& file, const std::string& stem)
 {
+    std::error_code ignored;
     std::ifstream in(file, std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(in), {});
-    if (!in.is_open() || std::filesystem::is_directory(file)) {
+    std::ostringstream held;
+    if (!in || std::filesystem::is_directory(file, ignored)) {
         std::cerr << file << ": cannot be read\n";
         return false;
     }
+    held << in.rdbuf();
+    const std::string bytes = held.str();
     if (bytes.empty()) {
         std::cerr << file << ": is empty\n";
         return false;

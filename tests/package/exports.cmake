@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 # Compares the symbols that LIBRARY exports with the list EXPECTED, by name without arguments.
 execute_process(COMMAND ${NM} -D --defined-only -C ${LIBRARY} OUTPUT_VARIABLE listing
                 COMMAND_ERROR_IS_FATAL ANY)

@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 # Builds and runs the program in OUTSIDE against the library, in one WAY, in the folder WORK.
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
