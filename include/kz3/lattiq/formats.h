@@ -213,31 +213,160 @@ KZ3_LATTIQ_API int vtk_output(const char* file, const dense2D<double>& pos,
 
 // ---- formats/femap.cpp ----
 
+/// Writes a mesh as a FEMAP neutral text file, with a node block 403 and an element block 404.
+///
+/// Nodes and elements keep their column index, counted from 0, as identifier. Coordinates have 6
+/// significant digits. Kinds without a code in the format are passed over without an error: ET_NONE,
+/// ET_QUAD9, ET_PYRA5, ET_PYRA14, ET_PENTA18, ET_HEXA27. A mixed run is written as one kind, the one
+/// that its first column shows, all its columns included; it leaves nothing where that is a pyramid.
+/// Numbers do not depend on the process locale.
+///
+/// @param file      name of the file, replaced
+/// @param pos       3 rows, one column per node
+/// @param connectM  one column per element, as high as the largest of them, may be strided; nodes are
+///                  not checked against the columns of pos
+/// @param offsets   run g holds the columns from offsets[g] up to, but without, offsets[g + 1]; a
+///                  bound past the columns counts as their number, a falling pair as an empty run
+/// @param types     element_type of each run
+/// @param groups    one value per element, its property in the file
+/// @return 0, or the first that applies:
+///         0   connectM is empty, whatever else: an empty file
+///         -1  the file cannot be opened
+///         -2  pos does not have 3 rows
+///         -5  the size of offsets is not that of types plus 1
+///         -6  the size of groups is not the number of columns
+///         -3  a run with elements, on as many rows as its type has nodes (up to 4 for ET_FACE_MIX, up
+///             to 20 for ET_SOLID_MIX), fails check_IDs, or its type is no element_type
+/// The file is opened before all checks, and is empty after a refused call. A failed write goes
+/// unreported. O(size of pos and connectM); allocates nothing but the stream's own buffer.
 KZ3_LATTIQ_API int FEMAP_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>& connectM, const dense1D<unsigned>& offsets,
                                 const dense1D<int>& types, const dense1D<unsigned>& groups);
+
+/// The same for one run of all columns, in group 1. There is one group for all, so -6 refuses a
+/// matrix of more than one column.
 KZ3_LATTIQ_API int FEMAP_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>& connectM, element_type type);
+
+/// The same for two runs, in the groups 1 and 2, of a matrix with the columns of both: it is as high
+/// as the higher of them, with NO_NODE where a column is lower.
+///
+/// Two columns together are what the two groups fit; -6 refuses every other number. The runs are
+/// bounded by 0 and the numbers of columns of the two matrices, not their sum: of two matrices with a
+/// column each only the first is written. -199, with the file untouched, if there is no memory for
+/// the matrix of both.
 KZ3_LATTIQ_API int FEMAP_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>& connectM1,
                                 const dense2D<unsigned>& connectM2, element_type type1,
                                 element_type type2);
+
+/// Reads the nodes and the elements of a FEMAP neutral text file.
+///
+/// The blocks 403 and 404 are taken, also several of each, and all others passed over. A node goes to
+/// the column that its identifier names; elements take columns in the order of the file. Identifiers
+/// and nodes are read as atoi does and kept as unsigned 32-bit numbers, coordinates as atof does under
+/// the "C" locale. Lines end with a line feed alone.
+///
+/// Columns of pos that no line names hold 0, as long as pos has no more than 2^24 columns or 16 per
+/// node line; in a sparser file they are left as the storage held them, so that a high identifier
+/// costs 24 bytes of address space per column but no time or memory to fill them.
+///
+/// An element of a code without a kind is left out, yet counts as a run of type 0: 0 is appended to
+/// types, and behind an element of a known kind the number of elements less 1 to offsets. From then
+/// on offsets[g] does not bound the run types[g].
+///
+/// @param file      name of the file
+/// @param pos       cleared, then 3 rows, one column per identifier from 0 on
+/// @param connectM  cleared, then one column per element, as high as the largest; NO_NODE below the
+///                  others
+/// @param offsets   cleared, then the first column of each run, and at last the number of columns
+/// @param types     cleared, then the element_type of each run of elements of one kind in turn
+/// @param groups    cleared, then the property of each element
+/// @return 0, or the first that applies:
+///         -1  the file cannot be opened: all outputs are empty
+///         -1  no node or no element was read: the outputs hold what there was
+/// A line with too few fields stops the process (std::abort), be it an empty one: a node needs 14
+/// fields, the first line of an element 5, its two lines of nodes 10 each, and a field is what ends in
+/// a comma. A file cut off ahead of an element's nodes stops it too.
+///
+/// A node or an element for which memory is exhausted is left out. O(size of the file + columns of
+/// pos).
 KZ3_LATTIQ_API int FEMAP_input(const char* file, dense2D<double>& pos, dense2D<unsigned>& connectM,
                                dense1D<unsigned>& offsets, dense1D<int>& types,
                                dense1D<unsigned>& groups);
+
+/// The same for the first run alone; connectM becomes a view of it with as many rows as its type has
+/// nodes.
+///
+/// @param type  set, unless the result is negative. ET_NONE, with connectM empty, where the first
+///              element of the file is of no known kind.
 KZ3_LATTIQ_API int FEMAP_input(const char* file, dense2D<double>& pos, dense2D<unsigned>& connectM,
                                element_type& type);
+
+/// The same for the first two runs, each replacing its matrix.
+///
+/// @param connectM1     cleared, then the first run, as high as the largest element of the file
+/// @param connectM2     cleared, then the second run, with as many rows as its type has nodes; empty
+///                      where offsets bounds no second run
+/// @param type1, type2  set, unless the result is negative; type2 is unchanged where types holds one
 KZ3_LATTIQ_API int FEMAP_input(const char* file, dense2D<double>& pos, dense2D<unsigned>& connectM1,
                                dense2D<unsigned>& connectM2, element_type& type1,
                                element_type& type2);
 
 // ---- formats/wavefront_obj.cpp ----
 
+/// Writes a surface as a Wavefront OBJ text file.
+///
+/// Nodes count from 1; a corner has one number for its node, texture and normal. Numbers have 8
+/// decimals and do not depend on the process locale. The corners of a face stand without a blank
+/// between them, so no reader finds the faces again, WavefrontOBJ_input included.
+///
+/// @param file       name of the file, replaced
+/// @param pos        2 or 3 rows, one column per node; z is 0 for 2 rows
+/// @param normals    empty, or 3 rows, one column per node
+/// @param textures   empty, or 2 rows, one column per node
+/// @param triangles  ET_TRIA3: 3 rows, may be strided; nodes are not checked against the columns of
+///                   pos
+/// @param quads      ET_QUAD4: 4 rows, likewise
+/// @return 0, or the first that applies:
+///         -1  the file cannot be opened
+///         -2  pos has neither 2 nor 3 rows
+///         -3  normals has entries and another shape
+///         -4  textures has entries and another shape
+///         -5  triangles fails check_IDs for ET_TRIA3; NO_NODE is refused
+///         -6  quads fails check_IDs for ET_QUAD4; NO_NODE is refused
+/// The file is opened before the checks, and is empty after a refused call. A failed write goes
+/// unreported. O(size of the mesh); allocates nothing but the stream's own buffer.
 KZ3_LATTIQ_API int WavefrontOBJ_output(const char* file, const dense2D<double>& pos,
                                        const dense2D<double>& normals,
                                        const dense2D<double>& textures,
                                        const dense2D<unsigned>& triangles,
                                        const dense2D<unsigned>& quads);
+
+/// Reads the nodes, normals, texture coordinates, triangles and quadrangles of a Wavefront OBJ file.
+///
+/// Lines that begin with another word than v, vn, vt or f are passed over. Numbers are read as a
+/// stream of the standard library reads them under the "C" locale, until one cannot be read; what
+/// follows in the line is ignored. Texture coordinates with another number of values than the first
+/// are lost, as are faces of other than 3 or 4 corners and a face in a last line without line end.
+///
+/// Of a face the node indices are kept, less 1 as unsigned numbers and unchecked: there are no
+/// relative indices, and 0 stands for the number of nodes read so far.
+///
+/// @param file       name of the file
+/// @param pos        cleared, then 3 rows, one column per v line
+/// @param normals    cleared, then 3 rows, one column per vn line
+/// @param textures   cleared, then one column per vt line, with as many rows as the first of them that
+///                   has values
+/// @param triangles  cleared, then 3 rows, one column per face of 3 corners
+/// @param quads      cleared, then 4 rows, one column per face of 4 corners
+/// @return 0, or the first that applies:
+///         -1  the file cannot be opened: all outputs are empty
+///         -1  a bad line, the outputs holding what came before it: nothing behind one of the four
+///             words; v with less than 3 values, vn with other than 3, vt with more than 3; a face with
+///             an index that runs into something other than a slash, or with an index of a texture or
+///             a normal before any vt or vn line
+/// A column for which memory is exhausted is left out. O(size of the file).
 KZ3_LATTIQ_API int WavefrontOBJ_input(const char* file, dense2D<double>& pos,
                                       dense2D<double>& normals, dense2D<double>& textures,
                                       dense2D<unsigned>& triangles, dense2D<unsigned>& quads);
