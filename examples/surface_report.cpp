@@ -15,6 +15,7 @@
 
 #include <kz3/lattiq/lattiq.h>
 
+#include "report.h"
 #include "surface_picture.h"
 
 namespace {
@@ -101,8 +102,8 @@ auto timed(const char* name, Step step)
     return result;
 }
 
-/// Splits the faces without a neighbour into free edges, which one triangle holds, and the number of
-/// edges that more than two hold: those stand here once for each of their triangles.
+/// Splits the faces without a neighbour into free edges, which one triangle holds, and the number
+/// of edges that more than two hold: those stand here once for each of their triangles.
 dense2D<unsigned> free_edges(const dense2D<unsigned>& boundary, std::size_t& shared)
 {
     std::multiset<std::pair<unsigned, unsigned>> seen;
@@ -117,18 +118,7 @@ dense2D<unsigned> free_edges(const dense2D<unsigned>& boundary, std::size_t& sha
     return free;
 }
 
-void print(const misc::histogram& hist)
-{
-    const dense1D<double> bounds = hist.boundaries();
-    std::uint64_t most = 1;
-    for (std::size_t i = 0; i < hist.bins(); ++i) most = std::max(most, hist.count(i));
-    for (std::size_t i = 0; i < hist.bins(); ++i)
-        std::printf("    %.2f to %.2f %9zu %s\n", bounds[i], bounds[i + 1],
-                    std::size_t(hist.count(i)),
-                    std::string(50 * hist.count(i) / most, '#').c_str());
-}
-
-bool report(const std::string& file, const std::string& stem)
+bool report_on(const std::string& file, const std::string& stem)
 {
     std::error_code ignored;
     std::ifstream in(file, std::ios::binary);
@@ -174,17 +164,15 @@ bool report(const std::string& file, const std::string& stem)
     std::size_t shared = 0;
     const dense2D<unsigned> free = free_edges(boundary, shared);
 
-    const std::filesystem::path folder = "lattiq-report";
-    std::filesystem::create_directories(folder);
-    std::vector<std::string> written = {(folder / (stem + ".mesh")).string()};
+    std::vector<std::string> written = {report::in_folder(stem + ".mesh")};
     bool ok = timed("write mesh", [&] {
                   return medit_output(written[0].c_str(), pos, triangles, ET_TRIA3);
               }) == 0;
     if (free.cols != 0) {
-        written.push_back((folder / (stem + "_free_edges.mesh")).string());
+        written.push_back(report::in_folder(stem + "_free_edges.mesh"));
         ok = medit_output(written.back().c_str(), pos, free, ET_BAR2) == 0 && ok;
     }
-    written.push_back((folder / (stem + ".svg")).string());
+    written.push_back(report::in_folder(stem + ".svg"));
     const std::vector<std::string> notes = {
         std::to_string(triangles.cols) + " triangles, " + std::to_string(pos.cols) + " nodes, " +
             std::to_string(pieces.size - 1) + (pieces.size == 2 ? " piece" : " pieces"),
@@ -212,7 +200,7 @@ bool report(const std::string& file, const std::string& stem)
     std::printf("%s triangles\n", pieces.size > 13 ? " ..." : "");
     std::printf("  quality     %.4f to %.4f, mean %.4f\n", hist.minimum(), hist.maximum(),
                 hist.mean());
-    print(hist);
+    report::print(hist);
     std::printf("  written    ");
     for (const std::string& name : written) std::printf(" %s", name.c_str());
     std::printf("\n\n");
@@ -233,7 +221,7 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i) {
         std::string stem = std::filesystem::path(argv[i]).stem().string();
         while (!stems.insert(stem).second) stem += "_again";
-        ok = report(argv[i], stem) && ok;
+        ok = report_on(argv[i], stem) && ok;
     }
     return ok ? 0 : 1;
 }

@@ -5,8 +5,8 @@ rm -rf "$3" && mkdir -p "$3" && cd "$3"
 
 "$2/metric_field" | tee out
 grep -q '^  800 triangles on 441 nodes$' out
-# At (0.3, 0.4) the radius runs along (0.6, 0.8), the front across that. The sizes ask for 0.04 there,
-# less than 0.1 along the front and more than 0.01 across it. The bounds are 0.02 and 0.08.
+# At (0.3, 0.4) the radius runs along (0.6, 0.8), the front across that. The sizes ask for 0.04
+# there, less than 0.1 along the front and more than 0.01 across it. The bounds are 0.02 and 0.08.
 grep -q '^  front  *size 0.1000 along (-0.80, 0.60), 0.0100 across it$' out
 grep -q '^  with the sizes  *size 0.0400 along (-0.80, 0.60), 0.0100 across it$' out
 grep -q '^  bounded front  *size 0.0400 along (-0.80, 0.60), 0.0200 across it$' out
@@ -16,8 +16,8 @@ grep -q '^  bounded origin  *size 0.0800 along (1.00, 0.00), 0.0800 across it$' 
 grep -q '^  three broken  *not valid, 3 invalid$' out
 grep -q '^  repaired  *valid, 0 invalid$' out
 grep -q '^  bounded  *valid, 0 invalid$' out
-# 2 * 20 * 21 sides of cells and 400 diagonals. The least is a side of 0.05 where the size is 0.08. The
-# rest is from an independent computation of the same field.
+# 2 * 20 * 21 sides of cells and 400 diagonals. The least is a side of 0.05 where the size is 0.08.
+# The rest is from an independent computation of the same field.
 grep -q '^  1240 edges, length in the metric 0.625 to 3.386$' out
 grep -q '^    0.50 to 0.70  *637 #' out
 grep -q '^    0.70 to 1.00  *362 #' out

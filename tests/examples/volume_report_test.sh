@@ -9,8 +9,9 @@ grep -q '^  nodes  *80$' out
 # 24 in the block, 3 and 1 wedges, 12 + 6 pyramids, 17 gaps between pyramids over inner edges.
 grep -q '^  elements  *63$' out
 grep -q '^  pieces  *2: 62 1 elements$' out
-# Quadrangles: 12 + 16 + 6 + 3 of the block, 6 of the ramp, 6 of the roof, 3 of the wedge that hangs on.
-# Triangles: 2 of the ramp, 14 of pyramids and 10 of tetrahedra at the rim of the roof, 2 of that wedge.
+# Quadrangles: 12 + 16 + 6 + 3 of the block, 6 of the ramp, 6 of the roof, 3 of the wedge that hangs
+# on. Triangles: 2 of the ramp, 14 of pyramids and 10 of tetrahedra at the rim of the roof, 2 of the
+# wedge that hangs on.
 grep -q '^  free faces  *80: 52 of 4 nodes 28 of 3 nodes$' out
 # Two faces of the ramp and two of the wedge meet at the edge that the wedge hangs on.
 grep -q 'without one face across: 4$' out
@@ -29,7 +30,8 @@ grep -q '^    0.80 to 0.85  *12 #' out
 grep -q '^    0.85 to 0.90  *35 #' out
 grep -q '^    0.95 to 1.00  *12 #' out
 
-# The cells in the VTK file fill 18 in the block, 4 / 2 in the wedges, and 18 / 6 + 17 / 12 in the roof.
+# The cells in the VTK file fill 18 in the block, 4 / 2 in the wedges, and in the roof
+# 12 / 6 + 6 / 6 + 17 / 12.
 awk '
 function tetra(a, b, c, d,  i, u, v, w, det) {
     for (i = 0; i < 3; ++i) {
@@ -39,7 +41,9 @@ function tetra(a, b, c, d,  i, u, v, w, det) {
         + u[2] * (v[0] * w[1] - v[1] * w[0])
     return (det < 0 ? -det : det) / 6
 }
-function wedge(a, b, c, d, e, f) { return tetra(a, b, c, d) + tetra(b, c, d, e) + tetra(c, d, e, f) }
+function wedge(a, b, c, d, e, f) {
+    return tetra(a, b, c, d) + tetra(b, c, d, e) + tetra(c, d, e, f)
+}
 $1 == "POINTS" { points = $2; next }
 $1 == "CELLS" { cells = $2; next }
 points > 0 && NF == 3 { for (i = 0; i < 3; ++i) x[node + 0, i] = $(i + 1); ++node; --points; next }
