@@ -1,5 +1,5 @@
-"""check.py CLIENT FORMAT FOLDER: reads the sample files in FOLDER with another program and compares
-what it finds with what we wrote. Exits with 77, and says why, where the program is not to be had.
+"""check.py CLIENT FORMAT FOLDER PROGRAMS: reads the sample files in FOLDER with another program and
+compares what it finds with what we wrote, or the reverse, with ours among PROGRAMS. Exits with 77, and says why, where the program is not to be had.
 
 What a program takes differently from what we mean is asserted as it is, and listed in
 docs/formats.md; a test that fails here says that the list is out of date.
@@ -235,6 +235,55 @@ def meshio_stl(folder):
         check(form, "area", float(numpy.linalg.norm(normals, axis=1).sum() / 2), 22.0)
         # The faces of a tetrahedron of ours that counts as positive look inwards.
         check(form, "volume", float(numpy.einsum("ij,ij->i", a, numpy.cross(b, c)).sum() / 6), -6.0)
+
+
+# ---- Wavefront OBJ, which we read ----
+
+def check_obj(name, path, expected):
+    """What our reader finds in a file of another program."""
+    out = subprocess.run([f"{sys.argv[4]}/read_obj", path], capture_output=True, text=True)
+    check(name, "exit of our reader", out.returncode, 0)
+    if out.returncode == 0:
+        found = json.loads(out.stdout)
+        check_box(name, found.pop("low"), found.pop("high"), expected.pop("box"))
+        check(name, "counts", found, expected)
+
+
+def vtk_obj(folder):
+    modules = vtk()
+    sphere = modules.vtkSphereSource()
+    sphere.SetThetaResolution(24)
+    sphere.SetPhiResolution(13)
+    sphere.Update()
+    surface = sphere.GetOutput()  # with normals at its nodes
+    writer = modules.vtkOBJWriter()
+    writer.SetFileName(f"{folder}/sphere.obj")
+    writer.SetInputData(surface)
+    writer.Write()
+    bounds = surface.GetBounds()
+    check_obj("sphere", f"{folder}/sphere.obj",
+              {"nodes": 266, "normals": 266, "triangles": 528, "quads": 0,
+               "box": {"low": bounds[0::2], "high": bounds[1::2]}})
+    # Ours: the groups of a face run together. VTK stops at the first face and gives nothing.
+    reader = modules.vtkOBJReader()
+    reader.SetFileName(f"{folder}/ours.obj")
+    reader.Update()
+    ours = reader.GetOutput()
+    check("ours", "nodes that VTK reads", ours.GetNumberOfPoints(), 0)
+
+
+def meshio_obj(folder):
+    module = meshio()
+    mesh = module.Mesh([[0, 0, 0], [2, 0, 0], [2, 1, 0], [0, 1, 0], [1, 0.5, 3]],
+                       [("quad", [[0, 3, 2, 1]]),
+                        ("triangle", [[0, 1, 4], [1, 2, 4], [2, 3, 4], [3, 0, 4]])])
+    module.write(f"{folder}/pyramid.obj", mesh)
+    check_obj("pyramid", f"{folder}/pyramid.obj",
+              {"nodes": 5, "normals": 0, "triangles": 4, "quads": 1,
+               "box": {"low": [0, 0, 0], "high": LENGTHS}})
+    ours = read_meshio(f"{folder}/ours.obj")
+    check("ours", "nodes that meshio reads", len(ours.points), 169)
+    check("ours", "faces of one node each", [block.data.shape for block in ours.cells], [(288, 1)])
 
 
 # ---- gmsh ----

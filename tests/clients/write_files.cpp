@@ -289,7 +289,11 @@ bool write_hard_cases(const std::string& folder, const std::map<std::string, sam
     const sample& six = samples.at("tria6");
     auto first_order = six.connectM().sub_matrix(0, 0, 3, six.elements.size());
     const auto flat = samples.at("tria3").pos(2);
-    return written(vtk_output(path("far.vtk").c_str(), far, tria, ET_TRIA3), "far.vtk") &&
+    const dense2D<double> none;
+    return written(WavefrontOBJ_output(path("ours.obj").c_str(), samples.at("tria3").pos(), none,
+                                       none, tria, dense2D<unsigned>()),
+                   "ours.obj") &&
+           written(vtk_output(path("far.vtk").c_str(), far, tria, ET_TRIA3), "far.vtk") &&
            written(medit_output(path("far.mesh").c_str(), far, tria, ET_TRIA3), "far.mesh") &&
            written(ensight_output(path("far.geo").c_str(), far, tria, ET_TRIA3), "far.geo") &&
            written(ensight_output(path("tiny.geo").c_str(), tiny, tria, ET_TRIA3), "tiny.geo") &&
