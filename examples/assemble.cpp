@@ -102,6 +102,7 @@ void through_femap(const dense2D<double>& pos, const dense2D<unsigned>& faces,
     for (std::size_t j = 0; j < std::min(pos.cols, pos_back.cols); ++j)
         for (unsigned d = 0; d < 3; ++d)
             apart = std::max(apart, std::abs(pos(d, j) - pos_back(d, j)));
+    // Both matrices are without gaps between their columns, as as_vector needs.
     std::printf("  FEMAP        %zu runs, elements %s, groups %s, %zu nodes within %.1e\n",
                 types.size, compare(faces.as_vector(), faces_back.as_vector()),
                 compare(groups, groups_back), pos_back.cols, apart);
