@@ -188,7 +188,7 @@ TEST(FEMAPOutput, WritesTheKindsOfTheGoldenFile)
     dense2D<double> pos(3, 20);
     for (std::size_t j = 0; j < 20; ++j) {
         pos(0, j) = double(j) * 0.5;
-        pos(1, j) = -double(j) / 3;
+        pos(1, j) = 0.0 - double(j) / 3;
         pos(2, j) = double(j) * 123456.789;
     }
     const int kinds[] = {ET_NODE,  ET_BAR2,   ET_BAR3,   ET_TRIA3, ET_TRIA6,   ET_QUAD4, ET_QUAD8,
@@ -533,21 +533,29 @@ TEST(FEMAPOutput, ReportsThatTwoMatricesFindNoMemoryToBeJoined)
     const temporary_file out;
     const auto bar = columns<unsigned>({{1, 2}});
     const auto pos = one_node();
-    const auto call = [&] {
-        out.write("before");
-        return FEMAP_output(out.name(), pos, bar, bar, ET_BAR2, ET_BAR2);
-    };
-    EXPECT_GT(
-        exhaust<allocation::fail_containers>(
-            {-199}, [&] { return FEMAP_output(out.name(), pos, bar, bar, ET_BAR2, ET_BAR2); }),
-        0U);
-    EXPECT_GT(
-        exhaust<allocation::fail_new>(
-            {-199}, [&] { return FEMAP_output(out.name(), pos, bar, bar, ET_BAR2, ET_BAR2); }),
-        0U);
-    const allocation::fail_containers breaker(1, true);
-    EXPECT_EQ(call(), -199);
-    EXPECT_EQ(out.read(), "before");
+    const auto call = [&] { return FEMAP_output(out.name(), pos, bar, bar, ET_BAR2, ET_BAR2); };
+    ASSERT_EQ(call(), 0);
+    const std::string whole = out.read();
+    const std::size_t blocks = allocation::live_blocks();
+    const std::size_t descriptors = open_descriptors();
+    for (const bool onwards : {false, true}) {
+        int failures = 0;
+        allocation::sweep<allocation::fail_containers>(
+            [&](std::size_t n, const auto& armed) {
+                out.write("before");
+                const int code = armed(call);
+                failures += code != 0;
+                EXPECT_TRUE(code == 0 || code == -199) << n << ": " << code;
+                EXPECT_EQ(out.read(), code == 0 ? whole : "before") << n;
+                EXPECT_EQ(allocation::live_blocks(), blocks) << n;
+            },
+            onwards);
+        // Room for two columns that is refused is asked for again as room for one.
+        EXPECT_EQ(failures != 0, onwards);
+    }
+    exhaust<allocation::fail_new>({-199}, call);
+    EXPECT_EQ(allocation::live_blocks(), blocks);
+    EXPECT_EQ(open_descriptors(), descriptors);
 }
 
 } // namespace
