@@ -3,7 +3,6 @@
 
 #include <kz3/lattiq/metrics.h>
 
-#include "metrics/eigenvalues.h"
 #include "metrics/tensor_column.h"
 
 namespace kz3::lattiq {
@@ -33,13 +32,17 @@ struct limits {
 template <size_t N>
 symmetric_fixed<double, N> bounded(const symmetric_fixed<double, N>& m, const limits& limit)
 {
+    // Success is not looked at. In 2-D there are no vectors without it, and the sum is no valid
+    // tensor; in 3-D there is what LAPACK left.
     vector_fixed<double, N> w{};
     matrix_fixed<double, N, N> v{};
     eigen_pairs(m, w, v);
     symmetric_fixed<double, N> sum{};
-    for (size_t i = 0; i < N; ++i)
-        for (size_t j = 0; j <= i; ++j)
-            for (size_t k = 0; k < N; ++k) sum(j, i) += limit(w[k]) * v(i, k) * v(j, k);
+    for (size_t k = 0; k < N; ++k) {
+        const double value = limit(w[k]);
+        for (size_t i = 0; i < N; ++i)
+            for (size_t j = 0; j <= i; ++j) sum(j, i) += value * v(i, k) * v(j, k);
+    }
     return sum;
 }
 

@@ -71,4 +71,22 @@ private:
     }
 };
 
+/// The tensor that has choose(first, second) in each direction in which both tensors are diagonal:
+/// the transposed inverse of the vectors, times these values on a diagonal, times the inverse.
+template <size_t N, typename Choose>
+symmetric_fixed<double, N> combine(const symmetric_fixed<double, N>& m1,
+                                   const symmetric_fixed<double, N>& m2, Choose choose)
+{
+    metric_pair_reduction<N> pair;
+    pair.reduce(m1, m2); // the values say enough: they are 0 where it fails
+    symmetric_fixed<double, N> m{};
+    for (size_t k = 0; k < N; ++k) {
+        const double h = choose(pair.first_values[k], pair.second_values[k]);
+        const double* p = pair.inverse_rows[k];
+        for (size_t i = 0; i < N; ++i)
+            for (size_t j = 0; j <= i; ++j) m(j, i) += h * p[j] * p[i];
+    }
+    return m;
+}
+
 } // namespace kz3::lattiq::detail

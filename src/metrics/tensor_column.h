@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include <kz3/dense2D.h>
 #include <kz3/fixed.h>
@@ -41,6 +42,17 @@ symmetric_fixed<double, N> isotropic(double h)
     if (h > 0)
         for (size_t d = 0; d < N; ++d) m(d, d) = 1.0 / (h * h);
     return m;
+}
+
+/// Replaces metrics by n columns, the j-th the tensor(input, j) of order N. Where memory is exhausted,
+/// metrics is left without columns.
+template <size_t N, typename Input, typename Tensor>
+void replace_field(const Input& input, size_t n, dense2D<float>& metrics, Tensor tensor)
+{
+    const Input source(input);
+    metrics.clear();
+    metrics.resize(symmetric_fixed<double, N>::entries, n, 0.0F);
+    for (size_t j = 0; j < metrics.cols; ++j) narrow<N>(tensor(source, j), column(metrics, j));
 }
 
 } // namespace kz3::lattiq::detail
