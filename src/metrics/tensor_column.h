@@ -44,13 +44,17 @@ symmetric_fixed<double, N> isotropic(double h)
     return m;
 }
 
-/// Replaces metrics by n columns, the j-th the tensor(input, j) of order N. Where memory is exhausted,
-/// metrics is left without columns.
+/// Replaces metrics by n columns, the j-th the tensor(source, j) of order N, where source holds the
+/// elements of input, which may share the storage of metrics. Where memory is exhausted, metrics is
+/// left without columns.
 template <size_t N, typename Input, typename Tensor>
 void replace_field(const Input& input, size_t n, dense2D<float>& metrics, Tensor tensor)
 {
-    const Input source(input);
+    // A shared storage is overwritten while the input is still to be read.
+    Input source(input);
+    const bool apart = input.vec.get() != metrics.vec.get() || source.copy(input);
     metrics.clear();
+    if (!apart) return;
     metrics.resize(symmetric_fixed<double, N>::entries, n, 0.0F);
     for (size_t j = 0; j < metrics.cols; ++j) narrow<N>(tensor(source, j), column(metrics, j));
 }
