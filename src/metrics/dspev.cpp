@@ -15,10 +15,30 @@ extern "C" void dspev_(const char* jobz, const char* uplo, const lapack_integer*
                        lapack_integer* info, std::size_t jobz_length, std::size_t uplo_length);
 
 namespace kz3::lapack {
+namespace {
+
+bool is_one_of(char c, char upper, char lower)
+{
+    return c == upper || c == lower;
+}
+
+// The place of the first wrong argument, 0 if there is none.
+std::int32_t wrong_argument(char jobz, char uplo, std::int32_t n, std::int32_t ldz)
+{
+    const bool vectors = is_one_of(jobz, 'V', 'v');
+    if (!vectors && !is_one_of(jobz, 'N', 'n')) return 1;
+    if (!is_one_of(uplo, 'U', 'u') && !is_one_of(uplo, 'L', 'l')) return 2;
+    if (n < 0) return 3;
+    return ldz < 1 || (vectors && ldz < n) ? 7 : 0;
+}
+
+} // namespace
 
 int dspev(char jobz, char uplo, std::int32_t n, double* ap, double* w, double* z, std::int32_t ldz,
           double* work, std::int32_t& info)
 {
+    // LAPACK's own answer to a wrong argument is a message, and as a rule the end of the program.
+    if (const std::int32_t wrong = wrong_argument(jobz, uplo, n, ldz)) return info = -wrong;
     const lapack_integer order = n;
     const lapack_integer stride = ldz;
     lapack_integer result = 0;
