@@ -1,0 +1,118 @@
+#include <limits>
+
+#include <kz3/lattiq/geometry.h>
+
+#include "geometry/sweeps.h"
+#include "support/same.h"
+
+namespace {
+using kz3::lattiq::zoom;
+
+const vector_fixed<double, 2> center2{1, 1};
+const vector_fixed<double, 3> center3{1, 1, 1};
+
+} // namespace
+
+TEST(Zoom, ScalesAllNodesAboutTheCenterAndCountsThem)
+{
+    auto flat = columns<double>({{2, 3}, {0, 1}});
+    EXPECT_EQ(zoom(flat, center2, 2.0), 2);
+    EXPECT_TRUE(same(flat, columns<double>({{3, 5}, {-1, 1}})));
+
+    auto space = columns<double>({{2, 3, 5}});
+    EXPECT_EQ(zoom(space, center3, 0.5), 1);
+    EXPECT_TRUE(same(space, columns<double>({{1.5, 2, 3}})));
+}
+
+TEST(Zoom, ByZeroCollapsesAllNodesOnTheCenter)
+{
+    auto pos = columns<double>({{2, 3, 4}, {-5, 8, 1}});
+    EXPECT_EQ(zoom(pos, center3, 0.0), 2);
+    EXPECT_TRUE(same(pos, columns<double>({{1, 1, 1}, {1, 1, 1}})));
+}
+
+TEST(Zoom, ByOneReturnsZeroAndWidensNothing)
+{
+    auto pos = columns<double>({{2, 3}});
+    EXPECT_EQ(zoom(pos, center3, 1.0), 0);
+    EXPECT_EQ(zoom(pos, center3, std::numeric_limits<double>::quiet_NaN()), 0);
+    EXPECT_EQ(zoom(pos, center3, 1.0, dense1D<unsigned>{0}), 0);
+    EXPECT_EQ(zoom(pos, center2, 1.0, columns<unsigned>({{0}})), 0);
+    EXPECT_TRUE(same(pos, columns<double>({{2, 3}})));
+}
+
+TEST(Zoom, AddsTheScaledDifferenceToTheNode)
+{
+    // 0.1 + (0.1 - 0.3) * (3.0 - 1.0) rounds apart from 0.3 + (0.1 - 0.3) * 3.0.
+    const double x = 0.1;
+    const double c = 0.3;
+    auto pos = columns<double>({{x, x}});
+    ASSERT_EQ(zoom(pos, vector_fixed<double, 2>{c, c}, 3.0), 1);
+    EXPECT_EQ(pos(0, 0), x + (x - c) * (3.0 - 1.0));
+    EXPECT_NE(pos(0, 0), c + (x - c) * 3.0);
+}
+
+TEST(Zoom, OfListedNodesReturnsZeroAndMovesRepeatedNodesRepeatedly)
+{
+    auto flat = columns<double>({{2, 3}, {2, 3}});
+    EXPECT_EQ(zoom(flat, center2, 2.0, dense1D<unsigned>{1, 1}), 0);
+    EXPECT_TRUE(same(flat, columns<double>({{2, 3}, {5, 9}})));
+
+    auto space = columns<double>({{2, 3, 4}, {2, 3, 4}});
+    EXPECT_EQ(zoom(space, center3, 2.0, dense1D<unsigned>{0}), 0);
+    EXPECT_TRUE(same(space, columns<double>({{3, 5, 7}, {2, 3, 4}})));
+}
+
+TEST(Zoom, OfAConnectivityReturnsZeroAndMovesEachNodeOnce)
+{
+    const auto mix = columns<unsigned>({{0, 2, none}, {2, 0, none}});
+    auto flat = columns<double>({{2, 3}, {7, 7}, {0, 0}});
+    EXPECT_EQ(zoom(flat, center2, 2.0, mix), 0);
+    EXPECT_TRUE(same(flat, columns<double>({{3, 5}, {7, 7}, {-1, -1}})));
+
+    auto space = columns<double>({{2, 3, 4}, {7, 7, 7}, {0, 0, 0}});
+    EXPECT_EQ(zoom(space, center3, 2.0, mix), 0);
+    EXPECT_TRUE(same(space, columns<double>({{3, 5, 7}, {7, 7, 7}, {-1, -1, -1}})));
+}
+
+TEST(Zoom, WidensCoordinatesWithTooFewRowsByZeros)
+{
+    auto pos = columns<double>({{2}, {3}});
+    EXPECT_EQ(zoom(pos, center3, 2.0), 2);
+    EXPECT_TRUE(same(pos, columns<double>({{3, -1, -1}, {5, -1, -1}})));
+
+    auto listed = columns<double>({{2, 2}, {3, 3}});
+    EXPECT_EQ(zoom(listed, center3, 2.0, dense1D<unsigned>{0}), 0);
+    EXPECT_TRUE(same(listed, columns<double>({{3, 3, -1}, {3, 3, 0}})));
+}
+
+TEST(Zoom, OfNothingIsNothing)
+{
+    dense2D<double> pos(2, 0);
+    EXPECT_EQ(zoom(pos, center3, 2.0), 0);
+    EXPECT_EQ(zoom(pos, center3, 2.0, dense1D<unsigned>()), 0);
+    auto some = columns<double>({{2, 3}});
+    EXPECT_EQ(zoom(some, center3, 2.0, dense1D<unsigned>()), 0);
+    EXPECT_EQ(some.rows, 2U);
+}
+
+TEST(Zoom, LeavesOtherRowsAndTheGapsOfAViewAlone)
+{
+    strided<double> pos(columns<double>({{2, 3, 9}, {0, 1, 9}}));
+    EXPECT_EQ(zoom(pos.view, center2, 2.0), 2);
+    EXPECT_TRUE(same(pos.view, columns<double>({{3, 5, 9}, {-1, 1, 9}})));
+    EXPECT_TRUE(pos.gaps_untouched());
+}
+
+TEST(Zoom, SurvivesExhaustedMemory)
+{
+    const auto used = columns<unsigned>({{0, 1}, {1, 2}});
+    sweep_motion([](dense2D<double>& pos) { return zoom(pos, center2, 2.0); });
+    sweep_motion([](dense2D<double>& pos) { return zoom(pos, center3, 2.0); });
+    sweep_motion(
+        [](dense2D<double>& pos) { return zoom(pos, center2, 2.0, dense1D<unsigned>{0}); });
+    sweep_motion(
+        [](dense2D<double>& pos) { return zoom(pos, center3, 2.0, dense1D<unsigned>{0}); });
+    sweep_motion([&](dense2D<double>& pos) { return zoom(pos, center2, 2.0, used); });
+    sweep_motion([&](dense2D<double>& pos) { return zoom(pos, center3, 2.0, used); });
+}
