@@ -7,66 +7,194 @@
 
 namespace kz3::lattiq {
 
-// ---- geometry/translate.cpp, rotate.cpp, zoom.cpp, inc_bounding_box.cpp ----
+// ---- geometry/translate.cpp ----
 
+/// Moves nodes by a vector.
+///
+/// @param pos  in place: one column per node. Rows beyond those of v stay; coordinates with fewer rows
+///             are widened by rows of zeros first, all columns of them. Other views of the storage see
+///             the motion, but where pos must be widened they keep the old coordinates.
+/// @param v    2 or 3 components, in the unit of the coordinates
+/// @return the number of columns, all moved; 0, with nothing widened, if pos is empty or no component
+///         of v is above or below 0 (so NaN alone moves nothing)
+/// Where widening finds memory exhausted the rows there are still move. O(columns); allocates only to
+/// widen.
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 2>& v);
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>& v);
+
+/// The same for listed nodes.
+///
+/// @param ids  nodes; one listed twice moves twice; an ID that is no column, NO_NODE among them, is
+///             passed over
+/// @return the number of moves; 0, with nothing widened, also if ids is empty
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 2>& v,
                              const dense1D<unsigned>& ids);
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>& v,
                              const dense1D<unsigned>& ids);
+
+/// The same for the nodes of a connectivity, each once.
+///
+/// @param connectM  one column per element, of any kind; holes are passed over
+/// Allocates the list of its nodes.
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 2>& v,
                              const dense2D<unsigned>& connectM);
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>& v,
                              const dense2D<unsigned>& connectM);
+
+// ---- geometry/rotate.cpp ----
+
+/// Turns nodes about a point of the plane.
+///
+/// @param pos     in place and widened as by translate
+/// @param center  the point that stays
+/// @param angle   in radians, counter-clockwise
+/// @return as translate: the number of columns; 0 if pos is empty or angle is 0 or NaN
+/// A component of a node's difference from the center that is 0 or NaN adds nothing to the result.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 2>& center,
                           double angle);
+
+/// The same for listed nodes, as in translate.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 2>& center, double angle,
                           const dense1D<unsigned>& ids);
+
+/// The same for the nodes of a connectivity, each once.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 2>& center, double angle,
                           const dense2D<unsigned>& connectM);
+
+/// Turns nodes about an axis in space, by Rodrigues' formula.
+///
+/// @param center  a point of the axis
+/// @param r       rotation vector: its direction is the axis, its length the angle in radians, turning
+///                to the right as seen along it
+/// @return as translate: the number of columns; 0 if pos is empty or no component of r is above or
+///         below 0. A full turn counts.
+/// Up to an angle of 0.2 the coefficients come from their Taylor series, which do not cancel.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                           const vector_fixed<double, 3>& r);
+
+/// The same for listed nodes, as in translate.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                           const vector_fixed<double, 3>& r, const dense1D<unsigned>& ids);
+
+/// The same for the nodes of a connectivity, each once.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                           const vector_fixed<double, 3>& r, const dense2D<unsigned>& connectM);
+
+// ---- geometry/zoom.cpp ----
+
+/// Scales the distances of nodes from a point.
+///
+/// @param pos     in place and widened as by translate
+/// @param center  the point that stays
+/// @param factor  of all distances; 0 collapses the nodes on the center
+/// @return as translate: the number of columns; 0 if pos is empty or factor is 1 or NaN
+/// A coordinate x becomes x + (x - center) * (factor - 1), in that order of operations.
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 2>& center, double factor);
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 3>& center, double factor);
+
+/// The same for listed nodes. Unlike the other motions it neither checks its IDs nor counts.
+///
+/// @param ids  columns of pos, all of them: no ID is checked; one listed twice is scaled twice
+/// @return 0
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 2>& center, double factor,
                         const dense1D<unsigned>& ids);
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 3>& center, double factor,
                         const dense1D<unsigned>& ids);
+
+/// The same for the nodes of a connectivity, each once; all must be columns of pos.
+///
+/// @return 0
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 2>& center, double factor,
                         const dense2D<unsigned>& connectM);
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 3>& center, double factor,
                         const dense2D<unsigned>& connectM);
+
+// ---- geometry/inc_bounding_box.cpp ----
+
+/// Widens a box so that it holds all nodes.
+///
+/// @param pos  as many rows as the box has components
+/// @param min  in place: lowest corner of a box of the caller's, which is widened, never started. A
+///             coordinate that is not at or above it replaces it, NaN too.
+/// @param max  in place: highest corner. A coordinate above it replaces it, NaN never.
+/// @return 0, or -1 if pos has other rows, also where it is empty
+/// O(columns).
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, vector_fixed<double, 2>& min,
                                     vector_fixed<double, 2>& max);
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, vector_fixed<double, 3>& min,
                                     vector_fixed<double, 3>& max);
+
+/// The same for listed nodes.
+///
+/// @param ids  nodes; holes are passed over
+/// @return 0 if ids is empty; else the first that applies:
+///         -1  pos has other rows than the box has components
+///         -2  an ID other than NO_NODE is not below the number of columns
+///         0
+/// On a negative result the box is unchanged.
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense1D<unsigned>& ids,
                                     vector_fixed<double, 2>& min, vector_fixed<double, 2>& max);
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense1D<unsigned>& ids,
                                     vector_fixed<double, 3>& min, vector_fixed<double, 3>& max);
+
+/// The same for the nodes of a connectivity. Allocates the list of its nodes.
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                                     vector_fixed<double, 2>& min, vector_fixed<double, 2>& max);
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                                     vector_fixed<double, 3>& min, vector_fixed<double, 3>& max);
 
-// ---- geometry/copy_mesh.cpp, copy_sym_mesh.cpp ----
+// ---- geometry/copy_mesh.cpp ----
 
+/// Copies the nodes of a connectivity and the connectivity on them.
+///
+/// @param pos            appended: a copy of each node that connectM uses, in the order in which its
+///                       columns first name them; the other columns stay
+/// @param connectM_copy  replaced: connectM on the new nodes, of the same shape, with its holes. May be
+///                       connectM itself.
+/// @param connectM       one column per element, of any kind, with nodes of pos; not checked
+/// @return 0, or -199 if memory is exhausted; pos may have grown by then
+/// O(rows * cols) of connectM; the room of pos at least doubles when it must grow.
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const dense2D<unsigned>& connectM);
+
+/// A series of copies in the plane, each turned and moved a step further than the last.
+///
+/// @param pos            appended, copy by copy; coordinates with too few rows are widened
+/// @param connectM_copy  appended, copy by copy: unlike the form above this one keeps what it held, so
+///                       its rows must be those of connectM
+/// @param translation    copy t, from 1 on, moves by t times this, after it has turned
+/// @param center         the point about which copies turn
+/// @param angle          copy t turns by t times this, in radians
+/// @param copies         how many
+/// @return 0, also where pos is empty or copies is 0; -199 if memory is exhausted, with earlier copies
+///         in place
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const vector_fixed<double, 2>& translation,
                              const vector_fixed<double, 2>& center, double angle, unsigned copies,
                              const dense2D<unsigned>& connectM);
+
+/// The same in space.
+///
+/// @param r  rotation vector; copy t turns by t times it
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const vector_fixed<double, 3>& translation,
                              const vector_fixed<double, 3>& center,
                              const vector_fixed<double, 3>& r, unsigned copies,
                              const dense2D<unsigned>& connectM);
+
+// ---- geometry/copy_sym_mesh.cpp ----
+
+/// A mirror copy, in a line of the plane or a plane of space.
+///
+/// @param pos            appended as by copy_mesh; coordinates with too few rows are widened
+/// @param connectM_copy  replaced as by copy_mesh: the elements keep the order of their nodes, so that
+///                       they come out turned round
+/// @param point          of the line or plane
+/// @param normal         of the line or plane, of any length
+/// @return 0 if pos is empty, with all left as it was; else the first that applies:
+///         -4    normal is the zero vector or holds NaN; nothing is changed
+///         -199  memory is exhausted; pos may have grown
+///         0
 KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                                  const vector_fixed<double, 2>& point,
                                  const vector_fixed<double, 2>& normal,
@@ -78,6 +206,23 @@ KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connec
 
 // ---- geometry/clip.cpp ----
 
+/// Selects the elements that lie wholly on one side of a plane. Elements that cross or touch it are
+/// left out; none is cut.
+///
+/// @param pos       one column per node; of its rows the first three count, missing ones lie in the
+///                  plane of point
+/// @param connectM  one column per element, of any kind; a column is read up to its first NO_NODE, and
+///                  one that begins with it is kept
+/// @param point     of the plane
+/// @param normal    of the plane, of any length from 1e-12 on; the kept side is the one it points to
+/// @param clipped   appended: copies of the kept columns, in their order
+/// @return 0 if connectM is empty; else the first that applies:
+///         -2    an ID other than NO_NODE is not below the number of columns of pos
+///         -4    normal is shorter than 1e-12
+///         -5    clipped is not empty and has other rows than connectM
+///         -199  clipped could not be sized
+///         0
+/// On a negative result clipped is unchanged. O(rows * cols); the side of a node is found once.
 KZ3_LATTIQ_API int clip(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                         const vector_fixed<double, 3>& point, const vector_fixed<double, 3>& normal,
                         dense2D<unsigned>& clipped);
