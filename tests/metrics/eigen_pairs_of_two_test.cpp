@@ -197,6 +197,10 @@ TEST(EigenPairsOfTwo, LeavesAVectorWithoutLength)
     EXPECT_TRUE(r.solved);
     EXPECT_TRUE(same(r.values, {0, 0}));
     EXPECT_TRUE(same(r.vectors, {0, 0, 0, 0}));
+    const result3 space({infinity, 0, infinity, 0, 0, infinity}, unit3);
+    EXPECT_TRUE(space.solved);
+    EXPECT_TRUE(same(space.values, {0, 0, 0}));
+    EXPECT_TRUE(same(space.vectors, vectors3{}));
     const result2 tiny({1e300, 0, 1e300}, {1, 0, 2});
     EXPECT_TRUE(tiny.solved);
     for (std::size_t k = 0; k < 2; ++k) EXPECT_NEAR(length(column_of(tiny.vectors, k)), 1, 1e-14);

@@ -239,9 +239,9 @@ KZ3_LATTIQ_API int bound_metrics(dense1D<float>& sizes, double h_min, double h_m
 ///
 /// @param metrics  written in place: 3 or 6 rows, may be strided. A column with NaN or an infinity
 ///                 may come out invalid.
-/// @param h_min    0 or below: no upper limit but the largest double
-/// @param h_max    0 or below, or from 1.34e154 on, the root of the largest double: the lower limit is
-///                 0. It wins where it is below h_min.
+/// @param h_min    0, below, or NaN: no upper limit but the largest double
+/// @param h_max    0, below, or NaN, or from 1.34e154 on, the root of the largest double: the lower
+///                 limit is 0. It wins where it is below h_min.
 /// @return 0, or the first that applies:
 ///         0     metrics is empty, or neither bound is 0 or above; metrics is unchanged
 ///         -1    metrics has neither 3 nor 6 rows; metrics is unchanged
