@@ -9,6 +9,7 @@
 #include <kz3/lattiq/formats.h>
 
 #include "core/column.h"
+#include "formats/append_column.h"
 #include "formats/file.h"
 #include "formats/text_scanner.h"
 
@@ -142,17 +143,6 @@ double facet_height(const triangle& corners)
     return height;
 }
 
-template <typename T>
-bool append_column(dense2D<T>& m, const std::array<T, 3>& values)
-{
-    if (!m.empty() && m.rows != 3) return false;
-    const size_t n = m.empty() ? 0 : m.cols;
-    if (n == 0 || n == m.column_capacity()) m.reserve(3, std::max<size_t>(2 * n, 4));
-    if (!m.resize(3, n + 1)) return false;
-    std::copy(values.begin(), values.end(), column(m, n));
-    return true;
-}
-
 // Joins the nodes that lie within tol of each other, and drops what falls away by that.
 int stl_weld(dense2D<double>& pos, dense2D<unsigned>& connectM, double tol)
 {
@@ -172,13 +162,13 @@ class facet_list {
 public:
     facet_list(dense2D<double>& nodes, dense2D<unsigned>& facets) : pos(nodes), connectM(facets) {}
 
-    void add_node(const point& x) { append_column(pos, x); }
+    void add_node(const point& x) { append_column(pos, x.data(), x.size()); }
 
     void add_facet(const triangle& corners)
     {
         const double height = facet_height(corners);
         if (height > 0.0 && height < smallest_height) smallest_height = height;
-        append_column(connectM, indices);
+        append_column(connectM, indices.data(), indices.size());
         for (unsigned& index : indices) index += 3;
     }
 
