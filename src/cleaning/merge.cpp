@@ -1,16 +1,21 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <utility>
+#include <span>
 #include <vector>
 
 #include <kz3/lattiq/cleaning.h>
 #include <kz3/lattiq/core.h>
 
+#include "cleaning/coincident_nodes.h"
+#include "cleaning/merge_distance.h"
+#include "cleaning/node_clusters.h"
+#include "cleaning/representatives.h"
 #include "core/column.h"
 #include "core/out_of_memory.h"
 #include "search/kd_tree.h"
 #include "search/mersenne_generator.h"
+#include "search/node_grid.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -30,94 +35,45 @@ bool closer(const merge_pair& a, const merge_pair& b)
     return a.distance < b.distance || (std::isnan(b.distance) && !std::isnan(a.distance));
 }
 
-template <unsigned Dim>
-double distance(const double* p, const double* q)
-{
-    double sum = 0;
-    for (unsigned d = 0; d < Dim; ++d) sum += (p[d] - q[d]) * (p[d] - q[d]);
-    return std::sqrt(sum);
-}
-
-template <unsigned Dim>
-struct box {
-    vector_fixed<double, Dim> low;
-    vector_fixed<double, Dim> high;
-
-    bool contains(const double* p) const
-    {
-        for (unsigned d = 0; d < Dim; ++d)
-            if (!(p[d] >= low[d]) || p[d] > high[d]) return false;
-        return true;
-    }
-};
-
-template <unsigned Dim>
-box<Dim> box_around(const double* p, double tol)
-{
-    box<Dim> around;
-    for (unsigned d = 0; d < Dim; ++d) {
-        around.low[d] = p[d] - tol;
-        around.high[d] = p[d] + tol;
-    }
-    return around;
-}
-
-// The pairs found, and the map that says for each node which one stands for it.
+// The pairs found in the order of the scan.
 class pair_list {
 public:
-    explicit pair_list(dense1D<unsigned>& id_map) : id_map_(id_map) {}
+    explicit pair_list(representatives& map) : map_(map) {}
 
-    bool stands(unsigned node) const { return id_map_[node] == node; }
+    // A pair at distance 0 sorts before all others and keeps its place in the scan, so it needs no
+    // sorting: applied at once, it spares the nodes that it absorbs their own search, and keeps a
+    // heap of n coincident nodes from giving n * n pairs.
+    void add(float distance, unsigned keeper, unsigned merged)
+    {
+        if (distance == 0)
+            map_.absorb(keeper, merged);
+        else
+            pairs_.push_back({distance, keeper, merged});
+    }
 
-    void add(float distance, unsigned keeper, unsigned merged);
-
-    // Applies what was added, the closest pairs first, and makes the map direct. Returns how many nodes
-    // were absorbed since the last call.
-    size_t apply();
+    // Applies what was added, the closest pairs first.
+    void apply()
+    {
+        std::stable_sort(pairs_.begin(), pairs_.end(), closer);
+        for (const merge_pair& pair : pairs_) map_.absorb(pair.keeper, pair.merged);
+        // One node of each pair has stopped standing, so none could ever be applied again.
+        pairs_.clear();
+    }
 
 private:
-    void absorb(unsigned keeper, unsigned merged);
-    void point_to_representative(unsigned node);
-
-    dense1D<unsigned>& id_map_;
+    representatives& map_;
     std::vector<merge_pair> pairs_;
-    size_t absorbed_ = 0;
 };
 
-// A pair at distance 0 sorts before all others and keeps its place in the scan, so it needs no
-// sorting: applied at once, it spares the nodes that it absorbs their own search, and keeps a heap
-// of n coincident nodes from giving n * n pairs.
-void pair_list::add(float distance, unsigned keeper, unsigned merged)
+std::span<const unsigned> span_of(const dense1D<unsigned>& list)
 {
-    if (distance == 0)
-        absorb(keeper, merged);
-    else
-        pairs_.push_back({distance, keeper, merged});
+    return {list.begin(), list.size};
 }
 
-size_t pair_list::apply()
+bool same_list(const dense1D<unsigned>& a, const dense1D<unsigned>& b)
 {
-    std::stable_sort(pairs_.begin(), pairs_.end(), closer);
-    for (const merge_pair& pair : pairs_) absorb(pair.keeper, pair.merged);
-    // One node of each pair has stopped being a representative, so none could ever be applied again.
-    pairs_.clear();
-    for (size_t j = 0; j < id_map_.size; ++j) point_to_representative(unsigned(j));
-    return std::exchange(absorbed_, 0);
-}
-
-void pair_list::absorb(unsigned keeper, unsigned merged)
-{
-    if (!stands(keeper) || !stands(merged)) return;
-    id_map_[merged] = keeper;
-    ++absorbed_;
-}
-
-// A node that absorbed others may be absorbed in turn; every node met on the way is shortcut too.
-void pair_list::point_to_representative(unsigned node)
-{
-    unsigned last = node;
-    while (!stands(last)) last = id_map_[last];
-    while (node != last) node = std::exchange(id_map_[node], last);
+    return a.size == b.size &&
+           (a.begin() == b.begin() || std::equal(a.begin(), a.end(), b.begin()));
 }
 
 // Leaves the map empty where it cannot be sized.
@@ -132,36 +88,34 @@ bool make_identity(dense1D<unsigned>& id_map, size_t n)
     return true;
 }
 
-// Inserts the nodes in shuffled order, which keeps the tree flat. The identity lends its first words to
-// the shuffle.
+// Inserts the nodes in shuffled order, which keeps the tree flat.
 //
 // The shape of the tree is of no account beyond that: pairs that one node finds at one distance stand
 // together once sorted, and none of them decides about another.
 template <unsigned Dim>
-void plant(node_kd_tree<Dim>& tree, const dense1D<unsigned>& nodes, dense1D<unsigned>& identity)
+void plant(node_kd_tree<Dim>& tree, std::span<const unsigned> nodes)
 {
-    unsigned* order = identity.begin();
-    unsigned* end = order + nodes.size;
+    std::vector<unsigned> order(nodes.begin(), nodes.end());
     mersenne_generator generator;
-    shuffle_indices(order, end, generator);
-    tree.reserve(nodes.size);
-    for (const unsigned* k = order; k != end; ++k) tree.insert_node(nodes[*k]);
-    std::iota(order, end, 0U);
+    shuffle_indices(order.data(), order.data() + order.size(), generator);
+    tree.reserve(order.size());
+    for (const unsigned node : order) tree.insert_node(node);
 }
 
 template <unsigned Dim>
 void scan(const dense2D<double>& pos, const node_kd_tree<Dim>& tree,
-          const dense1D<unsigned>& scanned, double tol, pair_list& pairs)
+          std::span<const unsigned> scanned, double tol, const representatives& map,
+          pair_list& pairs)
 {
     dense1D<unsigned> found;
     for (const unsigned a : scanned) {
-        if (a == NO_NODE || !pairs.stands(a)) continue;
+        if (a == NO_NODE || !map.stands(a)) continue;
         const double* p = column(pos, a);
-        const box<Dim> around = box_around<Dim>(p, tol);
+        const merge_box<Dim> around(p, tol);
         found.clear();
         if (tree.size() != 0) tree.nodes_in_box(around.low, around.high, found);
         for (const unsigned b : found) {
-            if (b == a || !pairs.stands(b)) continue;
+            if (b == a || !map.stands(b)) continue;
             // Compared as a double, sorted as a float.
             const double between = distance<Dim>(p, column(pos, b));
             if (!(between > tol)) pairs.add(float(between), a, b);
@@ -172,14 +126,14 @@ void scan(const dense2D<double>& pos, const node_kd_tree<Dim>& tree,
 // An element holds all candidates for its nodes, so no tree is needed to find them.
 template <unsigned Dim>
 void scan_element(const dense2D<double>& pos, const unsigned* node, const unsigned* end, double tol,
-                  pair_list& pairs)
+                  const representatives& map, pair_list& pairs)
 {
     // Beyond pos are NO_NODE, and what a list of nodes cut short by exhausted memory left unchecked.
-    const auto stands = [&](unsigned k) { return k < pos.cols && pairs.stands(k); };
+    const auto stands = [&](unsigned k) { return k < pos.cols && map.stands(k); };
     for (const unsigned* a = node; a != end; ++a) {
         if (!stands(*a)) continue;
         const double* p = column(pos, *a);
-        const box<Dim> around = box_around<Dim>(p, tol);
+        const merge_box<Dim> around(p, tol);
         for (const unsigned* b = node; b != end; ++b) {
             if (*b == *a || !stands(*b) || !around.contains(column(pos, *b))) continue;
             // Rounded first: within an element both comparison and order go by the float.
@@ -189,17 +143,64 @@ void scan_element(const dense2D<double>& pos, const unsigned* node, const unsign
     }
 }
 
+// Two lists, and any coordinates.
+template <unsigned Dim>
+void merge_by_tree(const dense2D<double>& pos, std::span<const unsigned> nodes,
+                   std::span<const unsigned> scanned, double tol, representatives& map)
+{
+    node_kd_tree<Dim> tree(pos);
+    plant(tree, nodes);
+    pair_list pairs(map);
+    scan(pos, tree, scanned, tol, map, pairs);
+    pairs.apply();
+}
+
+// The largest magnitude of a coordinate; what is not a number does not count.
+template <unsigned Dim>
+double largest_coordinate(const dense2D<double>& pos, std::span<const unsigned> nodes)
+{
+    double largest = 0;
+    for (const unsigned node : nodes) {
+        const double* p = column(pos, node);
+        for (unsigned d = 0; d < Dim; ++d) largest = std::max(largest, std::abs(p[d]));
+    }
+    return largest;
+}
+
+// One list that is stored and scanned.
+//
+// Coincident nodes can go before any search. They find the same nodes and are found by the same, so
+// the first keeper to find one of them, which may be another of them, absorbs all that still stand:
+// either the first of them absorbs the rest, or none of them ever absorbs anything and all follow the
+// node that absorbs the first. Both ways they end where the first ends. What is not a number is in no
+// box; between infinities, equal or not, there is no distance of 0.
+template <unsigned Dim>
+void merge_one_list(const dense2D<double>& pos, std::span<const unsigned> nodes, double tol,
+                    representatives& map)
+{
+    const double largest = largest_coordinate<Dim>(pos, nodes);
+    if (!std::isfinite(largest)) return merge_by_tree<Dim>(pos, nodes, nodes, tol, map);
+    const auto left = coincident_nodes<Dim>(pos).absorb(nodes, map);
+    if (tol == 0) return; // a box without extent holds equal coordinates only
+    const node_grid<Dim> grid(pos, left, largest, tol);
+    if (grid.usable())
+        node_clusters<Dim>(pos, grid, tol, map).merge();
+    else
+        merge_by_tree<Dim>(pos, left, left, tol, map);
+}
+
 // The nodes are distinct and without NO_NODE.
 template <unsigned Dim>
-int merge_nodes(const dense2D<double>& pos, const dense1D<unsigned>& nodes,
-                const dense1D<unsigned>& scanned, dense1D<unsigned>& id_map, double tol)
+int merge_nodes(const dense2D<double>& pos, std::span<const unsigned> nodes,
+                std::span<const unsigned> scanned, dense1D<unsigned>& id_map, double tol)
 {
     if (!make_identity(id_map, pos.cols)) return out_of_memory;
-    node_kd_tree<Dim> tree(pos);
-    plant(tree, nodes, id_map);
-    pair_list pairs(id_map);
-    scan(pos, tree, scanned, tol, pairs);
-    return int(pairs.apply());
+    representatives map(id_map);
+    if (scanned.data() == nodes.data())
+        merge_one_list<Dim>(pos, nodes, tol, map);
+    else
+        merge_by_tree<Dim>(pos, nodes, scanned, tol, map);
+    return int(map.settle());
 }
 
 template <unsigned Dim>
@@ -208,14 +209,16 @@ int merge_within_elements(const dense2D<double>& pos, dense2D<unsigned>* first,
                           bool repeated)
 {
     if (!make_identity(id_map, pos.cols)) return out_of_memory;
-    pair_list pairs(id_map);
+    representatives map(id_map);
+    pair_list pairs(map);
     for (size_t total = 0;;) {
         for (const dense2D<unsigned>* connectM = first; connectM != last; ++connectM)
             for (size_t e = 0; e < connectM->cols; ++e) {
                 const unsigned* node = column(*connectM, e);
-                scan_element<Dim>(pos, node, node + connectM->rows, tol, pairs);
+                scan_element<Dim>(pos, node, node + connectM->rows, tol, map, pairs);
             }
-        const size_t absorbed = pairs.apply();
+        pairs.apply();
+        const size_t absorbed = map.settle();
         for (dense2D<unsigned>* connectM = first; connectM != last; ++connectM)
             change_indices(*connectM, id_map);
         total += absorbed;
@@ -229,14 +232,14 @@ int merge_range(const dense2D<double>& pos, const dense1D<unsigned>& nodes,
                 double tol, unsigned mode)
 {
     if (mode != 0) return merge_within_elements<Dim>(pos, first, last, id_map, tol, mode == 2);
-    const int merged = merge_nodes<Dim>(pos, nodes, nodes, id_map, tol);
+    const int merged = merge_nodes<Dim>(pos, span_of(nodes), span_of(nodes), id_map, tol);
     for (dense2D<unsigned>* connectM = first; connectM != last; ++connectM)
         change_indices(*connectM, id_map);
     return merged;
 }
 
-int merge_lists(const dense2D<double>& pos, const dense1D<unsigned>& nodes,
-                const dense1D<unsigned>& scanned, dense1D<unsigned>& id_map, double tol)
+int merge_lists(const dense2D<double>& pos, std::span<const unsigned> nodes,
+                std::span<const unsigned> scanned, dense1D<unsigned>& id_map, double tol)
 {
     return pos.rows == 2 ? merge_nodes<2>(pos, nodes, scanned, id_map, tol)
                          : merge_nodes<3>(pos, nodes, scanned, id_map, tol);
@@ -257,7 +260,9 @@ int merge(const dense2D<double>& pos, const dense1D<unsigned>& indices1,
 
     dense1D<unsigned> nodes;
     unique_indices(nodes, indices1);
-    return merge_lists(pos, nodes, indices2, id_map, tol);
+    // Where the lists are one, repeats of it find nothing new.
+    const auto scanned = same_list(indices1, indices2) ? span_of(nodes) : span_of(indices2);
+    return merge_lists(pos, span_of(nodes), scanned, id_map, tol);
 }
 
 int merge(const dense2D<double>& pos, const dense1D<unsigned>& indices, dense1D<unsigned>& id_map,
@@ -338,7 +343,7 @@ int merge(dense2D<double>& pos, dense1D<unsigned>& id_map, double tol)
     dense1D<unsigned> nodes(pos.cols);
     if (nodes.size != pos.cols || !merged_pos.copy(pos)) return out_of_memory;
     std::iota(nodes.begin(), nodes.end(), 0U);
-    const int merged = merge_lists(pos, nodes, nodes, id_map, tol);
+    const int merged = merge_lists(pos, span_of(nodes), span_of(nodes), id_map, tol);
     if (merged < 0) return merged;
     for (size_t j = 0; j < pos.cols; ++j)
         if (id_map[j] != j) std::copy_n(column(pos, id_map[j]), pos.rows, column(merged_pos, j));

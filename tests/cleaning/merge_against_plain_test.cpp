@@ -49,6 +49,36 @@ const cloud clouds[] = {
          return values[draw() % (draw() % 2 == 0 ? 3 : 8)];
      },
      {0, 0.5, 1, 1e201, infinity}},
+    {"last bits",
+     [](std::mt19937& draw) { return (draw() % 2 == 0 ? 1 : 4) + 0x1p-52 * double(draw() % 8); },
+     {0, 0x1p-60, 0x1p-53, 0x1p-52, 0x1.8p-52, 0x1.4p-51, 1e-14}},
+    {"far apart",
+     [](std::mt19937& draw) {
+         const double values[] = {1e300, -1e300, 1, 1 + 1e-9, 1e-40, 0, 3e17, 1e300 * (1 + 1e-15)};
+         return values[draw() % (draw() % 4 == 0 ? 8 : 4)];
+     },
+     {0, 1e-300, 1e-9, 2, 1e286, 1e299, 1e308}},
+    {"crowd with an outlier",
+     [](std::mt19937& draw) { return draw() % 60 == 0 ? 1e250 : 0.001 * double(draw() % 12); },
+     {1e-20, 0.001, 0.0011, 0.003}},
+    {"least numbers",
+     [](std::mt19937& draw) { return 4e-324 * (double(draw() % 9) - 4); },
+     {0, 4e-324, 1.2e-323, 1e-300, 1e-46}},
+    {"distances no float holds",
+     [](std::mt19937& draw) { return 1e-46 * double(draw() % 20) - 5e-46; },
+     {1e-47, 1e-46, 3e-46, 8e-46, 1.5e-45, 1e-44}},
+    {"largest numbers",
+     [](std::mt19937& draw) {
+         const double values[] = {1.7e308, -1.7e308, 1e308, -1e308, 0, 1.6999999e308};
+         return values[draw() % 6];
+     },
+     {0, 1, 1e300, 1.8e301, 1e308, 1.7e308, infinity}},
+    {"halves and holes",
+     [](std::mt19937& draw) {
+         const double sign = draw() % 2 == 0 ? 1 : -1;
+         return draw() % 12 == 0 ? not_a_number : sign * 0.5 * double(draw() % 4);
+     },
+     {0, 0.0625, 0.5, 0.75, 1e30}},
 };
 
 class MergeAgainstPlain : public testing::TestWithParam<std::tuple<cloud, unsigned>> {

@@ -35,7 +35,9 @@ namespace kz3::lattiq {
 ///         -199  id_map could not be sized
 /// In these cases id_map is empty. Other containers that find no memory are not reported: what they
 /// have no room for is left unmerged. A list that finds none throws std::bad_alloc; id_map is then
-/// unspecified. One search in a k-d tree for each node scanned, and n log n for n pairs.
+/// unspecified. Equal lists cost time linear in the nodes
+/// where few lie within tol of each other, different ones a search in a k-d tree for each node scanned;
+/// and n log n for n pairs.
 KZ3_LATTIQ_API int merge(const dense2D<double>& pos, const dense1D<unsigned>& indices1,
                          const dense1D<unsigned>& indices2, dense1D<unsigned>& id_map, double tol);
 /// The same with indices as both lists: of two nodes at one place the one listed first stays.
@@ -62,8 +64,9 @@ KZ3_LATTIQ_API int merge(const dense2D<double>& pos, const dense1D<unsigned>& in
 ///         -2    a connectivity fails check_IDs
 ///         -199  id_map could not be sized
 /// In these cases id_map is empty and the connectivities are unchanged. Exhausted memory elsewhere as
-/// above; after std::bad_alloc in mode 2 earlier passes stand. Mode 0 costs one search in a k-d tree for
-/// each node, the others rows squared for each element and pass.
+/// above; after std::bad_alloc in mode 2 earlier passes stand. Mode 0 is linear in
+/// the nodes where few lie within tol of each other; the others cost rows squared for each element and
+/// pass.
 KZ3_LATTIQ_API int merge(const dense2D<double>& pos, dense2D<unsigned>* first,
                          dense2D<unsigned>* last, dense1D<unsigned>& id_map, double tol,
                          unsigned mode);
