@@ -105,7 +105,7 @@ TEST(WavefrontOBJInput, TakesATextureWithoutValuesForALineButNotForAColumn)
     EXPECT_EQ(m.code, 0);
     EXPECT_TRUE(same(m.textures, columns<double>({{1, 2}})));
     EXPECT_EQ(m.triangles.cols, 1U); // a texture line came before the face
-    EXPECT_TRUE(read("vt x\n").textures.empty());
+    EXPECT_EQ(read("vt x\nvt \n").textures.cols, 0U);
 }
 
 TEST(WavefrontOBJInput, ReadsDoublesAsAStreamDoes)
