@@ -74,6 +74,15 @@ private:
         return std::uint32_t(hash * 0xD6E8FEB86659FD93 >> 32);
     }
 
+    // The first slot that is free or has this hash.
+    size_t find(std::uint32_t hash) const
+    {
+        const size_t mask = slots_.size() - 1;
+        size_t s = hash & mask;
+        while (slots_[s].node != NO_NODE && slots_[s].hash != hash) s = (s + 1) & mask;
+        return s;
+    }
+
     bool is_at(unsigned node, const point& at) const
     {
         return std::equal(at.begin(), at.end(), column(pos_, node));
@@ -89,8 +98,7 @@ private:
             l.hash = hash_of(l.at);
             l.somewhere = l.at == l.at;
         }
-        for (size_t i = 0; i < nodes.size(); ++i)
-            looked_[i].first = slots_[looked_[i].hash & (slots_.size() - 1)];
+        for (size_t i = 0; i < nodes.size(); ++i) looked_[i].first = slots_[find(looked_[i].hash)];
         for (size_t i = 0; i < nodes.size(); ++i) {
             look& l = looked_[i];
             l.found =
@@ -103,7 +111,7 @@ private:
     {
         const look& l = looked_[i];
         const size_t mask = slots_.size() - 1;
-        size_t s = l.hash & mask;
+        size_t s = find(l.hash);
         for (; slots_[s].node != NO_NODE; s = (s + 1) & mask)
             if (slots_[s].hash == l.hash && is_at(slots_[s].node, l.at)) return slots_[s].node;
         slots_[s] = {l.hash, node};
@@ -113,7 +121,7 @@ private:
 
     void grow()
     {
-        std::vector<slot> old(slots_.size() * 4);
+        std::vector<slot> old(slots_.size() * 2);
         old.swap(slots_);
         const size_t mask = slots_.size() - 1;
         for (const slot& from : old) {

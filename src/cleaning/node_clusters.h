@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <span>
@@ -36,6 +37,7 @@ public:
     void merge()
     {
         for (unsigned i = 0; i < grid_.size(); ++i) {
+            if (i % block_size == 0) load(i);
             if (met_[i] != 0) continue;
             gather(i);
             apply();
@@ -49,11 +51,24 @@ private:
         unsigned merged;
     };
 
+    static constexpr unsigned block_size = 64;
+
+    // Fetches the places of the next seeds, which stand all over the coordinates, by loads that do
+    // not wait for each other. Near nodes are in the cache from then on.
+    void load(unsigned first)
+    {
+        const unsigned n = std::min(block_size, grid_.size() - first);
+        for (unsigned k = 0; k < n; ++k)
+            std::copy_n(column(pos_, grid_[first + k].node), Dim, seeds_[k].begin());
+    }
+
     void gather(unsigned seed)
     {
         members_.clear();
         meet(seed);
-        for (size_t k = 0; k < members_.size(); ++k) look_around(members_[k]);
+        look_around(seed, seeds_[seed % block_size].data());
+        for (size_t k = 1; k < members_.size(); ++k)
+            look_around(members_[k], column(pos_, grid_[members_[k]].node));
     }
 
     void meet(unsigned i)
@@ -62,9 +77,8 @@ private:
         members_.push_back(i);
     }
 
-    void look_around(unsigned i)
+    void look_around(unsigned i, const double* p)
     {
-        const double* p = column(pos_, grid_[i].node);
         grid_.for_each_near(p, [&](unsigned j) {
             if (i == j) return;
             const double* q = column(pos_, grid_[j].node);
@@ -100,6 +114,7 @@ private:
     const node_grid<Dim>& grid_;
     double tol_;
     representatives& map_;
+    std::array<std::array<double, Dim>, block_size> seeds_;
     std::vector<unsigned char> met_; // by entry
     std::vector<unsigned> members_;  // of one cluster
     std::vector<pair> pairs_;        // of one cluster
