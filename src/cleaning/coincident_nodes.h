@@ -24,8 +24,8 @@ class coincident_nodes {
 public:
     explicit coincident_nodes(const dense2D<double>& pos) : pos_(pos) {}
 
-    /// Lets the first node of each place absorb the others. Returns the nodes that still stand, in
-    /// their order, without those that are nowhere.
+    /// Lets the first node of each place absorb the others; the nodes are distinct and stand. Returns
+    /// those that still do, in their order, without those that are nowhere.
     std::vector<unsigned> absorb(std::span<const unsigned> nodes, representatives& map)
     {
         std::vector<unsigned> left;
@@ -39,7 +39,7 @@ public:
                 if (first == node)
                     left.push_back(node);
                 else
-                    map.absorb(first, node);
+                    map.absorb_standing(first, node);
             }
         }
         return left;

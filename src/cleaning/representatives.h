@@ -20,7 +20,12 @@ public:
     /// Has no effect unless both stand for themselves.
     void absorb(unsigned keeper, unsigned merged)
     {
-        if (!stands(keeper) || !stands(merged)) return;
+        if (stands(keeper) && stands(merged)) absorb_standing(keeper, merged);
+    }
+
+    /// The same for two nodes that are known to stand, which spares looking them up.
+    void absorb_standing(unsigned keeper, unsigned merged)
+    {
         id_map_[merged] = keeper;
         ++absorbed_;
     }
@@ -30,7 +35,7 @@ public:
     size_t settle()
     {
         for (size_t j = 0; j < id_map_.size; ++j)
-            if (!stands(unsigned(j))) shortcut(unsigned(j));
+            if (!stands(id_map_[j])) shortcut(unsigned(j));
         return std::exchange(absorbed_, 0);
     }
 

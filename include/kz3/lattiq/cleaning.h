@@ -35,9 +35,10 @@ namespace kz3::lattiq {
 ///         -199  id_map could not be sized
 /// In these cases id_map is empty. Other containers that find no memory are not reported: what they
 /// have no room for is left unmerged. A list that finds none throws std::bad_alloc; id_map is then
-/// unspecified. Equal lists cost time linear in the nodes
-/// where few lie within tol of each other, different ones a search in a k-d tree for each node scanned;
-/// and n log n for n pairs.
+/// unspecified.
+///
+/// Equal lists cost time linear in the nodes where few lie within tol of each other, different ones a
+/// search in a k-d tree for each node scanned; n pairs cost n log n.
 KZ3_LATTIQ_API int merge(const dense2D<double>& pos, const dense1D<unsigned>& indices1,
                          const dense1D<unsigned>& indices2, dense1D<unsigned>& id_map, double tol);
 /// The same with indices as both lists: of two nodes at one place the one listed first stays.
