@@ -4,8 +4,8 @@
 #include <kz3/lattiq/core.h>
 #include <kz3/lattiq/formats.h>
 
+#include "core/check_range.h"
 #include "core/column.h"
-#include "formats/check_range.h"
 #include "formats/file.h"
 
 namespace kz3::lattiq {

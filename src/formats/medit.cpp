@@ -6,9 +6,9 @@
 #include <kz3/lattiq/core.h>
 #include <kz3/lattiq/formats.h>
 
+#include "core/check_range.h"
 #include "core/column.h"
 #include "core/out_of_memory.h"
-#include "formats/check_range.h"
 #include "formats/file.h"
 #include "formats/split_connectivities.h"
 

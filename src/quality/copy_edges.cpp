@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "core/check_range.h"
 #include "core/out_of_memory.h"
-#include "formats/check_range.h"
 #include "quality/edge_set.h"
 
 namespace kz3::lattiq {

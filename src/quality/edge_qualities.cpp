@@ -3,7 +3,7 @@
 #include <cassert>
 #include <cmath>
 
-#include "formats/check_range.h"
+#include "core/check_range.h"
 #include "quality/edge_set.h"
 #include "quality/point.h"
 
