@@ -10,8 +10,8 @@
 namespace kz3::lattiq::detail {
 
 /// Appends n columns of src to dst, the k-th being column id(k); the two may be one matrix. The height
-/// becomes the larger of the two. Rows that a column lacks hold `missing`, and so does a column whose
-/// ID is none of src's.
+/// becomes the larger of the two. Rows that a column lacks hold `missing`, also those of columns that
+/// dst held without any rows, and so does a column whose ID is none of src's.
 ///
 /// The room at least doubles when it must grow, so that repeated appends stay cheap. False if memory
 /// is exhausted; dst is then unchanged.
@@ -23,7 +23,7 @@ bool append_columns_by(const dense2D<T>& src, size_t n, Id id, dense2D<T>& dst, 
     const size_t known = src.cols; // src may grow along with dst
     const size_t rows = src.rows;
     if (held + n > dst.column_capacity()) dst.reserve(height, held + std::max(n, held));
-    const bool lower = rows < height || (dst.rows < height && !dst.empty());
+    const bool lower = rows < height || (dst.rows < height && held != 0);
     if (!(lower ? dst.resize(height, held + n, missing) : dst.resize(height, held + n)))
         return false;
 

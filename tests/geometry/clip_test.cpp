@@ -114,6 +114,23 @@ TEST(Clip, GivesTheHeightOfTheMeshToAnEmptyResult)
     EXPECT_EQ(clipped(1, 0), 4U);
 }
 
+TEST(Clip, FillsColumnsOfAResultThatHadNoRows)
+{
+    // Room used before, so that what is not written shows.
+    dense2D<unsigned> clipped = columns<unsigned>({{70, 71}, {72, 73}, {74, 75}});
+    ASSERT_TRUE(clipped.resize(0, 2));
+    EXPECT_EQ(clip(line(), bars, origin, right, clipped), 0);
+    EXPECT_TRUE(same(clipped, columns<unsigned>({{none, none}, {none, none}, {3, 4}})));
+}
+
+TEST(Clip, TakesAResultThatIsTheConnectivityItself)
+{
+    dense2D<unsigned> both;
+    ASSERT_TRUE(both.copy(bars));
+    EXPECT_EQ(clip(line(), both, origin, right, both), 0);
+    EXPECT_TRUE(same(both, columns<unsigned>({{0, 1}, {1, 2}, {2, 3}, {3, 4}, {1, 3}, {3, 4}})));
+}
+
 TEST(Clip, ReadsAndAppendsToStridedViews)
 {
     const strided<double> pos(line());

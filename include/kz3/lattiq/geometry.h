@@ -152,7 +152,8 @@ KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense2D<un
 /// @param connectM_copy  replaced: connectM on the new nodes, of the same shape, with its holes. May be
 ///                       connectM itself.
 /// @param connectM       one column per element, of any kind, with nodes of pos; not checked
-/// @return 0, or -199 if memory is exhausted; pos may have grown by then
+/// @return 0, or -199 if memory is exhausted; by then pos may have grown, and connectM_copy may be
+///         connectM on its old nodes
 /// O(rows * cols) of connectM; the room of pos at least doubles when it must grow.
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const dense2D<unsigned>& connectM);
@@ -166,8 +167,10 @@ KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_c
 /// @param center         the point about which copies turn
 /// @param angle          copy t turns by t times this, in radians
 /// @param copies         how many
-/// @return 0, also where pos is empty or copies is 0; -199 if memory is exhausted, with earlier copies
-///         in place
+/// @return 0, with nothing changed, where pos is empty or copies is 0; else the first that applies:
+///         -199  memory is exhausted; earlier copies stay, and pos may have grown by nodes of the next
+///         0     also where connectM_copy found no memory for the elements of a copy, which it then
+///               lacks
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const vector_fixed<double, 2>& translation,
                              const vector_fixed<double, 2>& center, double angle, unsigned copies,
@@ -193,7 +196,7 @@ KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_c
 /// @param normal         of the line or plane, of any length
 /// @return 0 if pos is empty, with all left as it was; else the first that applies:
 ///         -4    normal is the zero vector or holds NaN; nothing is changed
-///         -199  memory is exhausted; pos may have grown
+///         -199  memory is exhausted; pos and connectM_copy are as copy_mesh leaves them, not mirrored
 ///         0
 KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                                  const vector_fixed<double, 2>& point,
@@ -215,14 +218,16 @@ KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connec
 ///                  one that begins with it is kept
 /// @param point     of the plane
 /// @param normal    of the plane, of any length from 1e-12 on; the kept side is the one it points to
-/// @param clipped   appended: copies of the kept columns, in their order
+/// @param clipped   appended: copies of the kept columns, in their order. May be connectM itself.
+///                  Columns without rows count: they become columns of NO_NODE.
 /// @return 0 if connectM is empty; else the first that applies:
 ///         -2    an ID other than NO_NODE is not below the number of columns of pos
 ///         -4    normal is shorter than 1e-12
 ///         -5    clipped is not empty and has other rows than connectM
 ///         -199  clipped could not be sized
 ///         0
-/// On a negative result clipped is unchanged. O(rows * cols); the side of a node is found once.
+/// On a negative result clipped is unchanged. An element for which the list of those to keep finds no
+/// memory is left out without a word. O(rows * cols); the side of a node is found once.
 KZ3_LATTIQ_API int clip(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                         const vector_fixed<double, 3>& point, const vector_fixed<double, 3>& normal,
                         dense2D<unsigned>& clipped);
