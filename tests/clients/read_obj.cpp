@@ -22,9 +22,10 @@ int main(int argc, char** argv)
     if (result != 0 || inc_bounding_box(pos, low, high) != 0) return 1;
     if (!check_IDs(triangles, ET_TRIA3, unsigned(pos.cols))) return 1;
     if (!check_IDs(quads, ET_QUAD4, unsigned(pos.cols))) return 1;
-    std::printf("{\"nodes\": %zu, \"normals\": %zu, \"triangles\": %zu, \"quads\": %zu, "
-                "\"low\": [%.9g, %.9g, %.9g], \"high\": [%.9g, %.9g, %.9g]}\n",
-                pos.cols, normals.cols, triangles.cols, quads.cols, low[0], low[1], low[2], high[0],
-                high[1], high[2]);
+    std::printf(
+        "{\"nodes\": %zu, \"normals\": %zu, \"textures\": %zu, \"triangles\": %zu, \"quads\": %zu, "
+        "\"low\": [%.9g, %.9g, %.9g], \"high\": [%.9g, %.9g, %.9g]}\n",
+        pos.cols, normals.cols, textures.cols, triangles.cols, quads.cols, low[0], low[1], low[2],
+        high[0], high[1], high[2]);
     return 0;
 }
