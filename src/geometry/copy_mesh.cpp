@@ -1,4 +1,5 @@
 #include <kz3/lattiq/core.h>
+#include <kz3/lattiq/element_type.h>
 #include <kz3/lattiq/geometry.h>
 
 #include "core/out_of_memory.h"
@@ -19,6 +20,16 @@ vector_fixed<double, N> times(double t, const vector_fixed<double, N>& v)
     vector_fixed<double, N> product = v;
     for (double& x : product) x = t * x;
     return product;
+}
+
+void set_holes(dense1D<unsigned>& map, const dense2D<unsigned>& connectM)
+{
+    if (connectM.empty()) return;
+    for (size_t j = 0; j < connectM.cols; ++j) {
+        const unsigned* node = column(connectM, j);
+        for (size_t i = 0; i < connectM.rows; ++i)
+            if (node[i] < map.size) map[node[i]] = NO_NODE;
+    }
 }
 
 template <size_t Dim, typename Angle>
@@ -52,6 +63,9 @@ int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
     dense1D<unsigned> map;
     if (!map.resize(first_new)) return out_of_memory;
 
+    // A node that the list found no memory for has no copy. Only what the elements name is written,
+    // since a small part of a large mesh may be copied many times.
+    set_holes(map, connectM_copy);
     for (size_t k = 0; k < ids.size; ++k)
         if (ids[k] < first_new) map[ids[k]] = unsigned(first_new + k);
     change_indices(connectM_copy, map);

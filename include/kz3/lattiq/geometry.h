@@ -153,7 +153,8 @@ KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense2D<un
 ///                       connectM itself.
 /// @param connectM       one column per element, of any kind, with nodes of pos; not checked
 /// @return 0, or -199 if memory is exhausted; by then pos may have grown, and connectM_copy may be
-///         connectM on its old nodes
+///         connectM on its old nodes. A node that finds no memory in the list of those to copy is left
+///         out without a word, and its place in connectM_copy is NO_NODE.
 /// O(rows * cols) of connectM; the room of pos at least doubles when it must grow.
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const dense2D<unsigned>& connectM);
