@@ -1,10 +1,11 @@
 #include <cmath>
-#include <new>
+#include <random>
 
 #include <kz3/lattiq/geometry.h>
 
-#include "geometry/append_columns.h"
-
+#include "connectivity/random_elements.h"
+#include "geometry/nodes.h"
+#include "plain/geometry/copy_mesh.h"
 #include "support/allocation.h"
 #include "support/same.h"
 
@@ -12,30 +13,6 @@ namespace {
 using kz3::lattiq::copy_mesh;
 using kz3::lattiq::rotate;
 using kz3::lattiq::translate;
-using kz3::lattiq::detail::append_columns;
-using kz3::lattiq::detail::append_selected_columns;
-
-// Node j stands at (j, 10 * j).
-dense2D<double> points(std::size_t n)
-{
-    dense2D<double> pos(2, n);
-    for (std::size_t j = 0; j < n; ++j) {
-        pos(0, j) = double(j);
-        pos(1, j) = 10.0 * double(j);
-    }
-    return pos;
-}
-
-dense2D<double> points(std::initializer_list<unsigned> which)
-{
-    dense2D<double> pos(2, which.size());
-    std::size_t k = 0;
-    for (const unsigned j : which) {
-        pos(0, k) = j;
-        pos(1, k++) = 10.0 * j;
-    }
-    return pos;
-}
 
 } // namespace
 
@@ -153,135 +130,157 @@ TEST(CopyMesh, InSeriesOfNoneOrOfNothingChangesNothing)
     EXPECT_TRUE(same(copies, columns<unsigned>({{8, 9}})));
 }
 
-TEST(AppendColumns, DoublesItsRoomSoThatRepeatedAppendsStayCheap)
-{
-    const auto one = columns<unsigned>({{1, 2, 3}});
-    dense2D<unsigned> all;
-    const std::size_t before = allocation::calls();
-    for (int i = 0; i < 1000; ++i) ASSERT_TRUE(append_columns(one, all));
-    EXPECT_LE(allocation::calls() - before, 12U); // 2^10 is above 1000
-    EXPECT_EQ(all.cols, 1000U);
-    EXPECT_TRUE(same(all.sub_matrix(0, 999, 3, 1), one));
-}
-
-TEST(AppendColumns, FillsRowsThatAColumnLacks)
-{
-    auto all = columns<unsigned>({{1, 2, 3, 4}});
-    ASSERT_TRUE(append_columns(columns<unsigned>({{5, 6}}), all));
-    EXPECT_TRUE(same(all, columns<unsigned>({{1, 2, 3, 4}, {5, 6, none, none}})));
-    auto low = columns<unsigned>({{5, 6}});
-    ASSERT_TRUE(append_columns(columns<unsigned>({{1, 2, 3}}), low));
-    EXPECT_TRUE(same(low, columns<unsigned>({{5, 6, none}, {1, 2, 3}})));
-}
-
-TEST(AppendColumns, TakesSelectedColumnsOfTheMatrixItAppendsTo)
+TEST(CopyMesh, MovesTheNodesSeldomHoweverManyCopiesAreMade)
 {
     auto pos = points(3);
-    ASSERT_TRUE(append_selected_columns(pos, dense1D<unsigned>{2, 0, 2, 99}, pos));
-    EXPECT_TRUE(same(pos.sub_matrix(0, 3, 2, 3), points({2, 0, 2})));
-    EXPECT_TRUE(same(pos.sub_matrix(0, 6, 2, 1), columns<double>({{0, 0}})));
-    ASSERT_TRUE(append_selected_columns(pos, dense1D<unsigned>(), pos));
-    EXPECT_EQ(pos.cols, 7U);
+    const auto one = columns<unsigned>({{2}});
+    dense2D<unsigned> copied;
+    std::size_t moves = 0;
+    for (unsigned i = 0; i < 3000; ++i) {
+        const double* before = pos.vec->data;
+        ASSERT_EQ(copy_mesh(pos, copied, one), 0);
+        moves += pos.vec->data != before;
+    }
+    EXPECT_EQ(pos.cols, 3003U);
+    EXPECT_EQ(pos(1, 3002), 20.0);
+    EXPECT_LE(moves, 11U); // 3 * 2^10 is above 3003
 }
 
-TEST(AppendColumns, LeavesTheMatrixAsItWasWithoutMemory)
+TEST(CopyMesh, GivesNodesThatAreNoneAPlaceAtTheOrigin)
 {
     auto pos = points(3);
-    const dense1D<unsigned> all{0, 1, 2, 0, 1, 2, 0, 1, 2};
-    const allocation::fail_containers broken(1, true);
-    EXPECT_FALSE(append_selected_columns(pos, all, pos));
-    EXPECT_EQ(pos.cols, 3U);
+    dense2D<unsigned> copied;
+    ASSERT_EQ(copy_mesh(pos, copied, columns<unsigned>({{1, 9, 2}})), 0);
+    EXPECT_TRUE(same(copied, columns<unsigned>({{3, 9, 5}})));
+    EXPECT_TRUE(same(pos, points({0, 1, 2, 1, 0, 2})));
 }
 
-namespace {
-
-/// Copies with every allocation refused in turn: -199 or success, nothing leaked, the old nodes as they
-/// were. A list of nodes that was cut short copies fewer of them.
-template <typename Copy>
-void sweep_copy(Copy copy)
+TEST(CopyMesh, OfHolesAloneCopiesThemWithoutANode)
 {
-    const auto attempt = [&](std::size_t n, auto run) {
-        const std::size_t blocks = allocation::live_blocks();
-        {
-            auto pos = points(3);
-            dense2D<unsigned> copied;
-            try {
-                const int code = run([&] { return copy(pos, copied); });
-                EXPECT_TRUE(code == 0 || code == -199) << code << ", allocation " << n;
-            } catch (const std::bad_alloc&) {
-            }
-            ASSERT_GE(pos.cols, 3U);
-            for (std::size_t j = 0; j < 3; ++j) EXPECT_EQ(pos(1, j), 10.0 * double(j));
-        }
-        EXPECT_EQ(allocation::live_blocks(), blocks) << "allocation " << n;
-    };
-    for (const bool onwards : {false, true}) {
-        EXPECT_GT(allocation::sweep<allocation::fail_containers>(attempt, onwards), 0U);
-        EXPECT_GT(allocation::sweep<allocation::fail_new>(attempt, onwards), 0U);
+    auto pos = points(2);
+    dense2D<unsigned> copied;
+    ASSERT_EQ(copy_mesh(pos, copied, columns<unsigned>({{none, none}})), 0);
+    EXPECT_TRUE(same(copied, columns<unsigned>({{none, none}})));
+    EXPECT_TRUE(same(pos, points(2)));
+}
+
+TEST(CopyMesh, WithoutNodesCopiesAnEmptyConnectivity)
+{
+    dense2D<double> pos;
+    auto copied = columns<unsigned>({{1, 2}});
+    EXPECT_EQ(copy_mesh(pos, copied, dense2D<unsigned>(3, 0)), 0);
+    EXPECT_TRUE(copied.empty());
+    EXPECT_TRUE(pos.empty());
+}
+
+TEST(CopyMesh, LeavesOtherViewsOfTheNodesTheirColumns)
+{
+    auto pos = points(3);
+    const dense2D<double> old(pos);
+    dense2D<unsigned> copied;
+    ASSERT_EQ(copy_mesh(pos, copied, columns<unsigned>({{0, 1, 2}})), 0);
+    EXPECT_TRUE(same(old, points(3)));
+}
+
+TEST(CopyMesh, AgreesWithNodesCopiedOneByOne)
+{
+    std::mt19937 random(12);
+    for (const auto type : all_faced_types()) {
+        auto pos = cloud(3, 60, unsigned(random()));
+        auto expected_pos = duplicate(pos);
+        const auto mesh = random_elements(type, 25, 10, 45, random);
+        dense2D<unsigned> copied;
+        dense2D<unsigned> expected;
+        ASSERT_EQ(copy_mesh(pos, copied, mesh), 0);
+        plain::copy_mesh(expected_pos, expected, mesh, [](auto&, std::size_t) {});
+        EXPECT_TRUE(same(copied, expected)) << name_of(type);
+        EXPECT_TRUE(same(pos, expected_pos)) << name_of(type);
     }
 }
 
-} // namespace
-
-TEST(CopyMesh, SurvivesExhaustedMemory)
+TEST(CopyMesh, InSeriesAgreesToTheBitWithNodesMovedOneByOne)
 {
-    const auto bars = columns<unsigned>({{0, 1}, {1, 2}});
-    const vector_fixed<double, 2> v2{1, 2};
-    const vector_fixed<double, 3> v3{1, 2, 3};
-    sweep_copy([&](auto& pos, auto& copied) { return copy_mesh(pos, copied, bars); });
-    sweep_copy(
-        [&](auto& pos, auto& copied) { return copy_mesh(pos, copied, v2, v2, 1.0, 3, bars); });
-    sweep_copy(
-        [&](auto& pos, auto& copied) { return copy_mesh(pos, copied, v3, v3, v3, 3, bars); });
-}
-
-TEST(CopyMesh, ReportsThatTheCopyOrTheMapFoundNoMemory)
-{
-    const auto bars = columns<unsigned>({{0, 1}, {1, 2}});
-    std::size_t refused = 0;
-    allocation::sweep<allocation::fail_containers>([&](std::size_t, auto run) {
-        auto pos = points(3);
-        dense2D<unsigned> copied;
-        refused += run([&] { return copy_mesh(pos, copied, bars); }) == -199;
-    });
-    EXPECT_GE(refused, 2U);
-}
-
-TEST(CopyMesh, LeavesHolesForNodesThatItsListFoundNoMemoryFor)
-{
-    // More nodes than elements, so that the list of them has to grow; and the storage that other lists
-    // leave behind is full of IDs of the first nodes.
-    const auto hexa = columns<unsigned>({{0, 1, 2, 3, 4, 5, 6, 7}});
-    bool cut_short = false;
-    allocation::sweep<allocation::fail_containers>([&](std::size_t, auto run) {
-        auto pos = points(8);
-        dense2D<unsigned> copied;
+    std::mt19937 random(13);
+    for (const auto type : all_faced_types()) {
+        const auto mesh = random_elements(type, 10, 0, 40, random);
         {
-            dense1D<unsigned> used;
-            used.resize(8, 0U);
+            const vector_fixed<double, 2> step{0.1, -3.3};
+            const vector_fixed<double, 2> center{0.7, 0.9};
+            auto pos = cloud(2, 40, unsigned(random()));
+            auto expected_pos = duplicate(pos);
+            auto copied = duplicate(mesh);
+            auto expected = duplicate(mesh);
+            ASSERT_EQ(copy_mesh(pos, copied, step, center, 0.3, 5, mesh), 0);
+            plain::copy_series(expected_pos, expected, step, center, 0.3, 5, mesh);
+            EXPECT_TRUE(same(copied, expected)) << name_of(type);
+            EXPECT_TRUE(same(pos, expected_pos)) << name_of(type);
         }
-        if (run([&] { return copy_mesh(pos, copied, hexa); }) != 0) return;
-        cut_short = cut_short || pos.cols < 16;
-        for (std::size_t i = 0; i < 8; ++i) {
-            const unsigned node = copied(i, 0);
-            if (node == none) continue;
-            ASSERT_LT(node, pos.cols);
-            EXPECT_GE(node, 8U);
-            EXPECT_EQ(pos(0, node), double(i));
-        }
-    });
-    EXPECT_TRUE(cut_short);
+        const vector_fixed<double, 3> step{0.1, -3.3, 0};
+        const vector_fixed<double, 3> center{0.7, 0.9, -0.3};
+        const vector_fixed<double, 3> r{0.3, -0.2, 0.1}; // longer than 0.2
+        auto pos = cloud(3, 40, unsigned(random()));
+        auto expected_pos = duplicate(pos);
+        dense2D<unsigned> copied;
+        dense2D<unsigned> expected;
+        ASSERT_EQ(copy_mesh(pos, copied, step, center, r, 5, mesh), 0);
+        plain::copy_series(expected_pos, expected, step, center, r, 5, mesh);
+        EXPECT_TRUE(same(copied, expected)) << name_of(type);
+        EXPECT_TRUE(same(pos, expected_pos)) << name_of(type);
+    }
 }
 
-TEST(CopyMesh, InSeriesNeverMovesTheNodesItCopies)
+TEST(CopyMesh, InSeriesMultipliesTheStepAndNeverAddsItUp)
 {
-    const auto hexa = columns<unsigned>({{0, 1, 2, 3, 4, 5, 6, 7}});
-    const vector_fixed<double, 2> step{100, 200};
-    allocation::sweep<allocation::fail_containers>([&](std::size_t n, auto run) {
-        auto pos = points(8);
-        dense2D<unsigned> copied;
-        run([&] { return copy_mesh(pos, copied, step, step, 1.0, 2, hexa); });
-        for (std::size_t j = 0; j < 8; ++j)
-            EXPECT_EQ(pos(1, j), 10.0 * double(j)) << "allocation " << n;
-    });
+    // 0.1 added up ten times is not 10 * 0.1.
+    auto pos = columns<double>({{0, 0}});
+    dense2D<unsigned> copies;
+    const vector_fixed<double, 2> step{0.1, 0};
+    ASSERT_EQ(copy_mesh(pos, copies, step, step, 0.0, 10, columns<unsigned>({{0}})), 0);
+    ASSERT_EQ(pos.cols, 11U);
+    EXPECT_EQ(pos(0, 10), 1.0);
+    EXPECT_EQ(pos(0, 3), 3 * 0.1);
+}
+
+TEST(CopyMesh, InSeriesTurnsFirstAndMovesThen)
+{
+    auto pos = columns<double>({{2, 1}});
+    dense2D<unsigned> copies;
+    const vector_fixed<double, 2> step{10, 0};
+    const vector_fixed<double, 2> center{1, 1};
+    ASSERT_EQ(
+        copy_mesh(pos, copies, step, center, std::acos(-1.0) / 2, 2, columns<unsigned>({{0}})), 0);
+    EXPECT_TRUE(near(pos, columns<double>({{2, 1}, {11, 2}, {20, 1}}), 1e-14));
+}
+
+TEST(CopyMesh, InSeriesAppendsToAStridedView)
+{
+    strided<unsigned> copies(columns<unsigned>({{8, 9}}));
+    auto pos = points(2);
+    const vector_fixed<double, 2> step{1, 1};
+    ASSERT_EQ(copy_mesh(pos, copies.view, step, step, 0.0, 1, columns<unsigned>({{1, 0}})), 0);
+    EXPECT_TRUE(same(copies.view, columns<unsigned>({{8, 9}, {2, 3}})));
+    // The view reaches into the last column of its parent, within its rows.
+    copies.parent(2, 2) = copies.parent(3, 2) = copies.canary;
+    EXPECT_TRUE(copies.gaps_untouched());
+}
+
+TEST(CopyMesh, InSeriesOfTheMatrixThatItAppendsToTakesEarlierCopiesAlong)
+{
+    auto pos = points(1);
+    auto mesh = columns<unsigned>({{0}});
+    const vector_fixed<double, 2> step{1, 0};
+    ASSERT_EQ(copy_mesh(pos, mesh, step, step, 0.0, 3, mesh), 0);
+    EXPECT_TRUE(same(mesh, columns<unsigned>({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}})));
+    const double x[] = {0, 1, 2, 3, 3, 4, 5, 6};
+    for (std::size_t j = 0; j < 8; ++j) EXPECT_EQ(pos(0, j), x[j]) << j;
+}
+
+TEST(CopyMesh, InSeriesChangesNothingForAnEmptyConnectivity)
+{
+    auto pos = points(2);
+    auto copies = columns<unsigned>({{8, 9}});
+    const vector_fixed<double, 3> step{1, 1, 1};
+    EXPECT_EQ(copy_mesh(pos, copies, step, step, step, 3, dense2D<unsigned>()), 0);
+    EXPECT_TRUE(same(pos, points(2)));
+    EXPECT_TRUE(same(copies, columns<unsigned>({{8, 9}})));
 }

@@ -2,12 +2,15 @@
 
 #include <kz3/lattiq/geometry.h>
 
+#include "geometry/nodes.h"
 #include "geometry/sweeps.h"
 #include "support/same.h"
 
 namespace {
 using kz3::lattiq::zoom;
 
+const double nan_value = std::numeric_limits<double>::quiet_NaN();
+const double infinity = std::numeric_limits<double>::infinity();
 const vector_fixed<double, 2> center2{1, 1};
 const vector_fixed<double, 3> center3{1, 1, 1};
 
@@ -35,7 +38,7 @@ TEST(Zoom, ByOneReturnsZeroAndWidensNothing)
 {
     auto pos = columns<double>({{2, 3}});
     EXPECT_EQ(zoom(pos, center3, 1.0), 0);
-    EXPECT_EQ(zoom(pos, center3, std::numeric_limits<double>::quiet_NaN()), 0);
+    EXPECT_EQ(zoom(pos, center3, nan_value), 0);
     EXPECT_EQ(zoom(pos, center3, 1.0, dense1D<unsigned>{0}), 0);
     EXPECT_EQ(zoom(pos, center2, 1.0, columns<unsigned>({{0}})), 0);
     EXPECT_TRUE(same(pos, columns<double>({{2, 3}})));
@@ -104,15 +107,67 @@ TEST(Zoom, LeavesOtherRowsAndTheGapsOfAViewAlone)
     EXPECT_TRUE(pos.gaps_untouched());
 }
 
+TEST(Zoom, WidensToTheDimensionOfTheCenterAlone)
+{
+    auto line = columns<double>({{2}, {3}});
+    EXPECT_EQ(zoom(line, center2, 2.0), 2);
+    EXPECT_TRUE(same(line, columns<double>({{3, -1}, {5, -1}})));
+
+    auto flat = columns<double>({{2, 3}, {0, 1}});
+    const dense2D<double> before(flat);
+    EXPECT_EQ(zoom(flat, center3, 3.0, columns<unsigned>({{0}})), 0);
+    EXPECT_TRUE(same(flat, columns<double>({{4, 7, -2}, {0, 1, 0}})));
+    EXPECT_TRUE(same(before, columns<double>({{2, 3}, {0, 1}})));
+}
+
+TEST(Zoom, WidensAStridedViewApartFromItsParent)
+{
+    strided<double> pos(columns<double>({{2, 3}, {0, 1}}));
+    EXPECT_EQ(zoom(pos.view, center3, 2.0), 2);
+    EXPECT_TRUE(same(pos.view, columns<double>({{3, 5, -1}, {-1, 1, -1}})));
+    EXPECT_TRUE(pos.gaps_untouched());
+}
+
+TEST(Zoom, MovesTheRowsThereAreAsIfTheOthersWereZeroWhenItCannotWiden)
+{
+    auto pos = columns<double>({{2, 3}, {0, 1}, {5, 5}, {1, 1}});
+    {
+        const allocation::fail_containers broken(1, true);
+        EXPECT_EQ(zoom(pos, center3, 2.0), 4);
+        ASSERT_TRUE(broken.fired());
+    }
+    EXPECT_TRUE(same(pos, columns<double>({{3, 5}, {-1, 1}, {9, 9}, {1, 1}})));
+}
+
+TEST(Zoom, CarriesInfinitiesAndNotANumberThrough)
+{
+    auto pos = columns<double>({{infinity, nan_value}, {1, 3}});
+    EXPECT_EQ(zoom(pos, center2, 2.0), 2);
+    EXPECT_TRUE(same(pos, columns<double>({{infinity, nan_value}, {1, 5}})));
+    // An infinite factor sends what is off the center away; the center itself is lost.
+    EXPECT_EQ(zoom(pos, center2, infinity), 2);
+    EXPECT_TRUE(same(pos, columns<double>({{infinity, nan_value}, {nan_value, infinity}})));
+}
+
+TEST(Zoom, ByTheReciprocalFactorIsTheIdentity)
+{
+    auto pos = cloud(3, 100, 5);
+    const auto before = duplicate(pos);
+    EXPECT_EQ(zoom(pos, center3, 4.0), 100);
+    EXPECT_EQ(zoom(pos, center3, 0.25), 100);
+    EXPECT_TRUE(near(pos, before, 1e-14));
+}
+
 TEST(Zoom, SurvivesExhaustedMemory)
 {
+    const dense1D<unsigned> ids{0, 2};
     const auto used = columns<unsigned>({{0, 1}, {1, 2}});
-    sweep_motion([](dense2D<double>& pos) { return zoom(pos, center2, 2.0); });
-    sweep_motion([](dense2D<double>& pos) { return zoom(pos, center3, 2.0); });
-    sweep_motion(
-        [](dense2D<double>& pos) { return zoom(pos, center2, 2.0, dense1D<unsigned>{0}); });
-    sweep_motion(
-        [](dense2D<double>& pos) { return zoom(pos, center3, 2.0, dense1D<unsigned>{0}); });
-    sweep_motion([&](dense2D<double>& pos) { return zoom(pos, center2, 2.0, used); });
-    sweep_motion([&](dense2D<double>& pos) { return zoom(pos, center3, 2.0, used); });
+    const auto given = moved_nodes::given;
+    const auto collected = moved_nodes::collected;
+    sweep_motion(given, true, [](auto& pos) { return zoom(pos, center2, 2.0); });
+    sweep_motion(given, true, [](auto& pos) { return zoom(pos, center3, 2.0); });
+    sweep_motion(given, false, [&](auto& pos) { return zoom(pos, center2, 2.0, ids); });
+    sweep_motion(given, false, [&](auto& pos) { return zoom(pos, center3, 2.0, ids); });
+    sweep_motion(collected, false, [&](auto& pos) { return zoom(pos, center2, 2.0, used); });
+    sweep_motion(collected, false, [&](auto& pos) { return zoom(pos, center3, 2.0, used); });
 }
