@@ -109,6 +109,23 @@ TEST(Clip, TakesAPlaneMeshAsLyingInThePlaneOfThePoint)
     EXPECT_EQ(clipped.cols, 1U);
 }
 
+TEST(Clip, FillsColumnsOfAResultThatHadNoRows)
+{
+    // Room used before, so that what is not written shows.
+    dense2D<unsigned> clipped = columns<unsigned>({{70, 71}, {72, 73}, {74, 75}});
+    ASSERT_TRUE(clipped.resize(0, 2));
+    EXPECT_EQ(clip(line(), bars, origin, right, clipped), 0);
+    EXPECT_TRUE(same(clipped, columns<unsigned>({{none, none}, {none, none}, {3, 4}})));
+}
+
+TEST(Clip, TakesAResultThatIsTheConnectivityItself)
+{
+    dense2D<unsigned> both;
+    ASSERT_TRUE(both.copy(bars));
+    EXPECT_EQ(clip(line(), both, origin, right, both), 0);
+    EXPECT_TRUE(same(both, columns<unsigned>({{0, 1}, {1, 2}, {2, 3}, {3, 4}, {1, 3}, {3, 4}})));
+}
+
 TEST(Clip, ReadsStridedViews)
 {
     const strided<double> pos(line());
@@ -144,22 +161,11 @@ TEST(Clip, KeepsWhatTheResultHeldIfNothingIsKept)
     EXPECT_TRUE(same(clipped, columns<unsigned>({{9, 8}})));
 }
 
-TEST(Clip, FillsRowsAndColumnsThatTheResultHadWithoutElements)
+TEST(Clip, KeepsTheHeightOfAResultWithoutElements)
 {
     dense2D<unsigned> high(3, 0);
     EXPECT_EQ(clip(line(), bars, origin, right, high), 0);
     EXPECT_TRUE(same(high, columns<unsigned>({{3, 4, none}})));
-
-    dense2D<unsigned> wide(0, 2);
-    EXPECT_EQ(clip(line(), bars, origin, right, wide), 0);
-    EXPECT_TRUE(same(wide, columns<unsigned>({{none, none}, {none, none}, {3, 4}})));
-}
-
-TEST(Clip, AppendsToTheMeshItSelectsFrom)
-{
-    auto mesh = duplicate(bars);
-    EXPECT_EQ(clip(line(), mesh, origin, right, mesh), 0);
-    EXPECT_TRUE(same(mesh, columns<unsigned>({{0, 1}, {1, 2}, {2, 3}, {3, 4}, {1, 3}, {3, 4}})));
 }
 
 TEST(Clip, OfNothingReturnsZeroWhateverElseIsWrong)

@@ -72,6 +72,45 @@ TEST(CopyMesh, ReportsThatTheMapFoundNoMemory)
     }
 }
 
+TEST(CopyMesh, LeavesHolesForNodesThatItsListFoundNoMemoryFor)
+{
+    // More nodes than elements, so that the list of them has to grow; and the storage that other lists
+    // leave behind is full of IDs of the first nodes.
+    const auto hexa = columns<unsigned>({{0, 1, 2, 3, 4, 5, 6, 7}});
+    bool cut_short = false;
+    allocation::sweep<allocation::fail_containers>([&](std::size_t, auto run) {
+        auto pos = points(8);
+        dense2D<unsigned> copied;
+        {
+            dense1D<unsigned> used;
+            used.resize(8, 0U);
+        }
+        if (run([&] { return copy_mesh(pos, copied, hexa); }) != 0) return;
+        cut_short = cut_short || pos.cols < 16;
+        for (std::size_t i = 0; i < 8; ++i) {
+            const unsigned node = copied(i, 0);
+            if (node == none) continue;
+            ASSERT_LT(node, pos.cols);
+            EXPECT_GE(node, 8U);
+            EXPECT_EQ(pos(0, node), double(i));
+        }
+    });
+    EXPECT_TRUE(cut_short);
+}
+
+TEST(CopyMesh, InSeriesNeverMovesTheNodesItCopies)
+{
+    const auto hexa = columns<unsigned>({{0, 1, 2, 3, 4, 5, 6, 7}});
+    const vector_fixed<double, 2> step{100, 200};
+    allocation::sweep<allocation::fail_containers>([&](std::size_t n, auto run) {
+        auto pos = points(8);
+        dense2D<unsigned> copied;
+        run([&] { return copy_mesh(pos, copied, step, step, 1.0, 2, hexa); });
+        for (std::size_t j = 0; j < 8; ++j)
+            EXPECT_EQ(pos(1, j), 10.0 * double(j)) << "allocation " << n;
+    });
+}
+
 TEST(CopyMesh, LeavesAHoleForANodeThatTheListFindsNoMemoryFor)
 {
     // For one column the list starts with room for 4; the fifth node asks for more and is lost.
