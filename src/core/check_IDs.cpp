@@ -1,7 +1,8 @@
 #include <algorithm>
 
-#include <core/runs.h>
 #include <kz3/lattiq/core.h>
+
+#include "core/runs.h"
 
 namespace kz3::lattiq {
 namespace {

@@ -1,6 +1,7 @@
-#include <core/id_set.h>
-#include <core/runs.h>
 #include <kz3/lattiq/core.h>
+
+#include "core/id_set.h"
+#include "core/runs.h"
 
 namespace kz3::lattiq {
 using namespace detail;

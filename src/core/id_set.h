@@ -4,8 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include <core/column.h>
 #include <kz3/lattiq/core.h>
+
+#include "core/column.h"
 
 namespace kz3::lattiq::detail {
 

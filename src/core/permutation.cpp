@@ -1,7 +1,8 @@
 #include <algorithm>
 
-#include <core/column.h>
 #include <kz3/lattiq/core.h>
+
+#include "core/column.h"
 
 namespace kz3::lattiq {
 namespace {

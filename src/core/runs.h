@@ -1,6 +1,6 @@
 #pragma once
 
-#include <core/column.h>
+#include "core/column.h"
 
 namespace kz3::lattiq::detail {
 

@@ -1,5 +1,6 @@
-#include <core/runs.h>
 #include <kz3/lattiq/core.h>
+
+#include "core/runs.h"
 
 namespace kz3::lattiq {
 namespace {

@@ -1,5 +1,6 @@
-#include <core/id_set.h>
 #include <kz3/lattiq/core.h>
+
+#include "core/id_set.h"
 
 namespace kz3::lattiq {
 namespace {
