@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <vector>
 
-#include <core/id_set.h>
 #include <kz3/lattiq/core.h>
+
+#include "core/id_set.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -142,7 +143,6 @@ int get_IDs(const dense2D<unsigned>& first, const dense2D<unsigned>& second,
             if (ordered) return std::equal(b.begin(), b.end(), other);
             copy_cycle(other, other + rows, a);
             if (a == b) return true;
-            // Where the largest occurs twice it matters that a starts with the first of them.
             copy_cycle(a.rbegin(), a.rend(), reversed);
             return reversed == b;
         });
