@@ -307,6 +307,16 @@ TEST(Dense1D, ReserveCountsFromTheOffset)
     EXPECT_TRUE(same(v, dense1D<unsigned>{1, 2, 3, 4}));
 }
 
+TEST(Dense1D, ReserveOfAViewMovesWhatOtherViewsHold)
+{
+    dense1D<unsigned> v{1, 2, 3, 4, 5, 6, 7, 8};
+    dense1D<unsigned> head = v.sub_vector(0, 2);
+    ASSERT_TRUE(head.reserve(50, 1));
+    EXPECT_EQ(head.size, 2u);
+    EXPECT_EQ(head.begin(), v.begin());
+    EXPECT_TRUE(same(v, dense1D<unsigned>{1, 2, 3, 4, 5, 6, 7, 8}));
+}
+
 TEST(Dense1D, ReserveRefusesWhatCannotBe)
 {
     dense1D<unsigned> v{1, 2, 3};

@@ -642,3 +642,15 @@ TEST(Dense2D, CopyBetweenAMatrixAndAWrapOfItsElementsSharesNothing)
     ASSERT_TRUE(m.copy(middle));
     EXPECT_TRUE(same(m, columns<unsigned>({{2}, {5}})));
 }
+
+TEST(Dense2D, CopyOfAWrapOfEarlierElementsReadsNoneThatItWrote)
+{
+    dense2D<unsigned> m;
+    {
+        const auto whole = columns<unsigned>({{1, 2}, {3, 4}, {5, 6}});
+        m = dense2D<unsigned>(whole).sub_matrix(0, 1, 2, 2);
+    }
+    const auto earlier = dense2D<unsigned>::wrap(m.vec->data, 2, 2);
+    ASSERT_TRUE(m.copy(earlier));
+    EXPECT_TRUE(same(m, columns<unsigned>({{1, 2}, {3, 4}})));
+}
