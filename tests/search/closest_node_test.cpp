@@ -108,6 +108,20 @@ TEST(ClosestNode, PrefersTheRightSubtreeToTheLeftOfOneEntry)
     EXPECT_EQ(tree.closest_node({0, 0}, {4}), 3u);
 }
 
+TEST(ClosestNode, PassesOverTheRightSideOfASplitRightAtTheRadius)
+{
+    // The descent goes left from node 0 to node 1, one and a quarter units in the last place of 1
+    // away. 1 plus that radius rounds down to the split value 1 + e of node 0, so that node 2 to the
+    // right of it is not looked at, though it is at a distance of e.
+    const double e = std::numeric_limits<double>::epsilon();
+    const auto pos = columns<double>({{1 + e, 10}, {1, 1.25 * e}, {1 + e, 0}});
+    node_kd_tree2 tree(pos);
+    insert_all(tree);
+    ASSERT_EQ(tree.entries(2, 0), 2u);
+    EXPECT_EQ(tree.closest_node({1, 0}, {}), 1u);
+    EXPECT_EQ(tree.closest_node({1, 0}, {1}), 2u);
+}
+
 TEST(ClosestNode, LetsANaNPointTakeTheLastNodeOfItsPath)
 {
     const auto pos = columns<double>({{5, 5}, {2, 7}, {8, 1}, {9, 0}, {8, 3}});

@@ -115,7 +115,8 @@ public:
     /// The indexed node nearest to p.
     ///
     /// @return a column of the coordinates; 0xFFFFFFFF if no node is indexed or none lies at a
-    ///         distance whose square is a finite double
+    ///         distance whose square is a finite double. Where distances are not numbers, some node,
+    ///         the same each time
     KZ3_LATTIQ_API std::uint32_t find_closest(const vector_fixed<double, 2>& p) const;
     KZ3_LATTIQ_API std::uint32_t find_closest(const vector_fixed<double, 3>& p) const;
 
