@@ -54,6 +54,15 @@ TEST(GetAncestors, SkipsHolesWhereTheListIsSized)
     EXPECT_TRUE(same(ancestors, {0, 1, 0, 73, 1}));
 }
 
+TEST(GetAncestors, SkipsHolesEvenWhereTheListHasAnEntryForThem)
+{
+    // Only the first three entries stand in memory; no other is touched.
+    unsigned entries[] = {70, 71, 72};
+    auto ancestors = dense1D<unsigned>::wrap(entries, std::size_t(1) << 32);
+    ASSERT_EQ(get_ancestors(columns<unsigned>({{0, none}, {none, 2}}), ancestors), 0);
+    EXPECT_TRUE(same(ancestors.sub_vector(0, 3), {0, 71, 1}));
+}
+
 TEST(GetAncestors, FillsOnlyTheEntryOfAOneEntryList)
 {
     dense1D<unsigned> ancestors{9};

@@ -1,11 +1,14 @@
 #include <kz3/lattiq/connectivity.h>
 
+#include <algorithm>
+#include <cctype>
 #include <climits>
 #include <random>
 #include <string>
 
 #include "connectivity/random_elements.h"
 #include "support/allocation.h"
+#include "support/files.h"
 #include "support/same.h"
 
 using namespace kz3::lattiq;
@@ -186,6 +189,29 @@ TEST(GetElementBoundaries, TakesMixedSolidsByColumnAndReadsNothingBelowTheHole)
                                 {0, 1, 2, 3},    {0, 1, 2, none}, {3, 5, 4, none}, {2, 1, 4, 5},
                                 {5, 3, 0, 2},    {0, 3, 4, 1},    {0, 3, 7, 4},    {1, 5, 6, 2},
                                 {0, 4, 5, 1},    {3, 2, 6, 7},    {0, 1, 2, 3},    {4, 7, 6, 5}})));
+}
+
+TEST(GetElementBoundaries, WritesTheFacesThatTheDocsShow)
+{
+    const std::string docs = read_text(LATTIQ_SOURCE_DIR "/docs/connectivity.md");
+    for (const auto& kind : detail::element_kinds) {
+        std::string name = name_of(kind.type);
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](unsigned char c) { return char(std::toupper(c)); });
+        dense2D<unsigned> element(kind.corners, 1);
+        for (unsigned k = 0; k < kind.corners; ++k) element(k, 0) = k;
+        dense2D<unsigned> boundaries;
+        ASSERT_EQ(get_element_boundaries(element, kind.type, boundaries), 0);
+        std::string line = "\n| `ET_";
+        line.append(name).append("` |");
+        for (size_t f = 0; f < 6; ++f) {
+            if (f < boundaries.cols)
+                for (const unsigned row : boundaries.col(f))
+                    if (row != none) line.append(" ").append(std::to_string(row));
+            line += " |";
+        }
+        EXPECT_NE(docs.find(line.append("\n")), std::string::npos) << line;
+    }
 }
 
 TEST(GetElementBoundaries, WritesASharedFaceTwice)

@@ -254,6 +254,30 @@ TEST(GetSubdomains, OfNoElementsReordersNothing)
     EXPECT_TRUE(same(offsets, {0}));
 }
 
+TEST(GetSubdomains, KeepsAMeshWithoutLinksInItsOrder)
+{
+    auto nodes = chain_nodes();
+    dense2D<unsigned> no_rows(0, 4);
+    dense1D<unsigned> offsets;
+    ASSERT_EQ(get_subdomains(nodes, no_rows, offsets), 0);
+    EXPECT_TRUE(same(nodes, chain_nodes()));
+    EXPECT_EQ(no_rows.rows, 0U);
+    EXPECT_EQ(no_rows.cols, 4U);
+    EXPECT_TRUE(same(offsets, {0, 1, 2, 3, 4}));
+}
+
+TEST(GetSubdomains, ReordersNeighboursBesideElementsWithoutNodes)
+{
+    dense2D<unsigned> no_nodes(0, 4);
+    auto neighbors = chain();
+    dense1D<unsigned> offsets;
+    ASSERT_EQ(get_subdomains(no_nodes, neighbors, offsets), 0);
+    EXPECT_EQ(no_nodes.rows, 0U);
+    EXPECT_EQ(no_nodes.cols, 4U);
+    EXPECT_TRUE(same(neighbors, columns<unsigned>({{none, 1}, {0, 2}, {1, none}, {none, none}})));
+    EXPECT_TRUE(same(offsets, {0, 3, 4}));
+}
+
 TEST(GetSubdomains, LeavesTheOldOrderToViewsOfTheOldStorage)
 {
     strided<unsigned> nodes(chain_nodes());

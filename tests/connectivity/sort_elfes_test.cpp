@@ -266,6 +266,32 @@ TEST(SortElfes, EmptiesOutputsThatHeldSomethingWithoutMemory)
     }
 }
 
+TEST(SortElfes, NeedsMemoryForTheEmptyGroupToo)
+{
+    for (const bool onwards : {false, true}) {
+        const std::size_t refused = allocation::sweep<allocation::fail_containers>(
+            [&](std::size_t n, auto&& run) {
+                dense2D<unsigned> no_elements(3, 0);
+                dense1D<unsigned> nodes, ends, moved;
+                const int code = run([&] { return sort_elfes(no_elements, nodes, ends, moved); });
+                EXPECT_EQ(code, n > 3 ? 0 : -199) << n;
+                EXPECT_EQ(nodes.size, n > 3 ? 1U : 0U) << n;
+                EXPECT_EQ(ends.size, n > 3 ? 1U : 0U) << n;
+            },
+            onwards);
+        EXPECT_EQ(refused, 3U);
+    }
+}
+
+TEST(SortElfes, NeedsNoMemoryForRowsWithoutColumns)
+{
+    dense2D<unsigned> tall(std::size_t(1) << 60, 0);
+    dense1D<unsigned> nodes, ends, moved;
+    EXPECT_EQ(sort_elfes(tall, nodes, ends, moved), 0);
+    EXPECT_TRUE(same(nodes, {none}));
+    EXPECT_TRUE(same(ends, {0}));
+}
+
 TEST(SortElfes, ThrowsWithTheMatricesUnchanged)
 {
     const std::size_t live = allocation::live_blocks();

@@ -12,6 +12,14 @@
 
 #include <gtest/gtest.h>
 
+/// The content of a file.
+inline std::string read_text(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    EXPECT_TRUE(in) << path;
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
 /// A name for a file of this test alone; the file is removed at the end, if there is one.
 class temporary_file {
 public:
@@ -37,12 +45,7 @@ public:
         ASSERT_TRUE(out.flush()) << path;
     }
 
-    std::string read() const
-    {
-        std::ifstream in(path, std::ios::binary);
-        EXPECT_TRUE(in) << path;
-        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    }
+    std::string read() const { return read_text(path); }
 
 private:
     std::string path;
@@ -71,10 +74,7 @@ inline testing::AssertionResult same_text(const std::string& a, const std::strin
 /// The content of a file of tests/formats/golden.
 inline std::string golden(const std::string& name)
 {
-    const std::string path = std::string(LATTIQ_SOURCE_DIR) + "/tests/formats/golden/" + name;
-    std::ifstream in(path, std::ios::binary);
-    EXPECT_TRUE(in) << path;
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    return read_text(std::string(LATTIQ_SOURCE_DIR) + "/tests/formats/golden/" + name);
 }
 
 /// File descriptors that the process holds open.
