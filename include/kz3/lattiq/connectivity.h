@@ -63,8 +63,10 @@ KZ3_LATTIQ_API int get_ancestors(const dense2D<unsigned>& connectM, dense1D<unsi
 /// Local faces are numbered by kind: in bars, triangles and tetrahedra face f lies opposite node f,
 /// in quadrangles it runs from node f to the next; get_element_boundaries writes them all in order.
 /// Two faces are one if they hold the same nodes, quadrangles if also in the same cycle, in either
-/// direction. An element with two equal faces is its own neighbour. Faces whose nodes add up to
-/// 0xFFFFFFFF modulo 2^32 are never matched, except in bars, triangles and tetrahedra.
+/// direction. (A cycle that holds its smallest node more than once is begun at the first of them, so
+/// that such quadrangles may fail to match.) An element with two equal faces is its own neighbour. A
+/// face whose nodes add up to 0xFFFFFFFF modulo 2^32 is never matched, except where type is ET_BAR2,
+/// ET_TRIA3, ET_TETRA4 or an ET_FACE_MIX of 3 rows.
 ///
 /// @param connectM  one column per element, may be strided
 /// @param type      ET_BAR2, ET_TRIA3, ET_QUAD4, ET_FACE_MIX of 3 or 4 rows, ET_TETRA4, ET_PYRA5,
@@ -121,6 +123,7 @@ KZ3_LATTIQ_API int get_element_boundaries(const dense2D<unsigned>& connectM, ele
 ///         -2    type is none of those of get_neighbors, or neighbors does not have the columns of
 ///               connectM and the rows that get_neighbors gives the type
 ///         -199  boundaries could not be sized
+/// neighbors is never changed, unless it is boundaries itself, which gives -2.
 KZ3_LATTIQ_API int get_mesh_boundaries(const dense2D<unsigned>& connectM,
                                        const dense2D<unsigned>& neighbors, element_type type,
                                        dense2D<unsigned>& boundaries);
