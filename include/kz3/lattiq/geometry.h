@@ -17,8 +17,8 @@ namespace kz3::lattiq {
 /// @param v    2 or 3 components, in the unit of the coordinates
 /// @return the number of columns, all moved; 0, with nothing widened, if pos is empty or no component
 ///         of v is above or below 0 (so NaN alone moves nothing)
-/// Where widening finds memory exhausted the rows there are still move. O(columns); allocates only to
-/// widen.
+/// Where widening finds memory exhausted, the rows that pos has move as if the missing ones held zeros.
+/// O(columns); allocates only to widen.
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 2>& v);
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>& v);
 
@@ -27,6 +27,7 @@ KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>
 /// @param ids  nodes; one listed twice moves twice; an ID that is no column, NO_NODE among them, is
 ///             passed over
 /// @return the number of moves; 0, with nothing widened, also if ids is empty
+/// O(size of ids), besides the widening.
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 2>& v,
                              const dense1D<unsigned>& ids);
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>& v,
@@ -35,7 +36,9 @@ KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>
 /// The same for the nodes of a connectivity, each once.
 ///
 /// @param connectM  one column per element, of any kind; holes are passed over
-/// Allocates the list of its nodes.
+/// @return as for the list of its nodes; 0, with nothing widened, if it has none
+/// Allocates that list, out of which std::bad_alloc may leave with nothing moved. A node that finds no
+/// memory in it stays and is not counted. Expected O(rows * cols) of connectM.
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 2>& v,
                              const dense2D<unsigned>& connectM);
 KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>& v,
@@ -49,15 +52,16 @@ KZ3_LATTIQ_API int translate(dense2D<double>& pos, const vector_fixed<double, 3>
 /// @param center  the point that stays
 /// @param angle   in radians, counter-clockwise
 /// @return as translate: the number of columns; 0 if pos is empty or angle is 0 or NaN
-/// A component of a node's difference from the center that is 0 or NaN adds nothing to the result.
+/// To the center the columns of the rotation matrix are added in order, each times a component of the
+/// node's difference from it; one that is 0 or NaN adds nothing. O(columns).
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 2>& center,
                           double angle);
 
-/// The same for listed nodes, as in translate.
+/// The same for listed nodes, counted as by translate.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 2>& center, double angle,
                           const dense1D<unsigned>& ids);
 
-/// The same for the nodes of a connectivity, each once.
+/// The same for the nodes of a connectivity, each once, as by translate.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 2>& center, double angle,
                           const dense2D<unsigned>& connectM);
 
@@ -72,11 +76,11 @@ KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 2>& c
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                           const vector_fixed<double, 3>& r);
 
-/// The same for listed nodes, as in translate.
+/// The same for listed nodes, counted as by translate.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                           const vector_fixed<double, 3>& r, const dense1D<unsigned>& ids);
 
-/// The same for the nodes of a connectivity, each once.
+/// The same for the nodes of a connectivity, each once, as by translate.
 KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 3>& center,
                           const vector_fixed<double, 3>& r, const dense2D<unsigned>& connectM);
 
@@ -88,20 +92,22 @@ KZ3_LATTIQ_API int rotate(dense2D<double>& pos, const vector_fixed<double, 3>& c
 /// @param center  the point that stays
 /// @param factor  of all distances; 0 collapses the nodes on the center
 /// @return as translate: the number of columns; 0 if pos is empty or factor is 1 or NaN
-/// A coordinate x becomes x + (x - center) * (factor - 1), in that order of operations.
+/// A coordinate x becomes x + (x - center) * (factor - 1), in that order of operations. O(columns).
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 2>& center, double factor);
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 3>& center, double factor);
 
 /// The same for listed nodes. Unlike the other motions it neither checks its IDs nor counts.
 ///
-/// @param ids  columns of pos, all of them: no ID is checked; one listed twice is scaled twice
+/// @param ids  columns of pos, all of them and no hole: no ID is checked; one listed twice is scaled
+///             twice
 /// @return 0
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 2>& center, double factor,
                         const dense1D<unsigned>& ids);
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 3>& center, double factor,
                         const dense1D<unsigned>& ids);
 
-/// The same for the nodes of a connectivity, each once; all must be columns of pos.
+/// The same for the nodes of a connectivity, each once and collected as by translate; all must be
+/// columns of pos.
 ///
 /// @return 0
 KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 2>& center, double factor,
@@ -118,7 +124,7 @@ KZ3_LATTIQ_API int zoom(dense2D<double>& pos, const vector_fixed<double, 3>& cen
 ///             coordinate that is not at or above it replaces it, NaN too.
 /// @param max  in place: highest corner. A coordinate above it replaces it, NaN never.
 /// @return 0, or -1 if pos has other rows, also where it is empty
-/// O(columns).
+/// On -1 the box is unchanged. O(columns); allocates nothing.
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, vector_fixed<double, 2>& min,
                                     vector_fixed<double, 2>& max);
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, vector_fixed<double, 3>& min,
@@ -131,13 +137,18 @@ KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, vector_fixed<dou
 ///         -1  pos has other rows than the box has components
 ///         -2  an ID other than NO_NODE is not below the number of columns
 ///         0
-/// On a negative result the box is unchanged.
+/// On a negative result the box is unchanged. O(size of ids); allocates nothing.
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense1D<unsigned>& ids,
                                     vector_fixed<double, 2>& min, vector_fixed<double, 2>& max);
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense1D<unsigned>& ids,
                                     vector_fixed<double, 3>& min, vector_fixed<double, 3>& max);
 
-/// The same for the nodes of a connectivity. Allocates the list of its nodes.
+/// The same for the nodes of a connectivity.
+///
+/// @param connectM  one column per element, of any kind; holes are passed over
+/// @return as for the list of its nodes, so 0 if it has none
+/// Allocates that list, out of which std::bad_alloc may leave with the box unchanged. A node that finds
+/// no memory in it is not looked at. Expected O(rows * cols) of connectM.
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                                     vector_fixed<double, 2>& min, vector_fixed<double, 2>& max);
 KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
@@ -155,7 +166,8 @@ KZ3_LATTIQ_API int inc_bounding_box(const dense2D<double>& pos, const dense2D<un
 /// @return 0, or -199 if memory is exhausted; by then pos may have grown, and connectM_copy may be
 ///         connectM on its old nodes. A node that finds no memory in the list of those to copy is left
 ///         out without a word, and its place in connectM_copy is NO_NODE.
-/// O(rows * cols) of connectM; the room of pos at least doubles when it must grow.
+/// std::bad_alloc may leave, with both as after -199. Expected O(rows * cols) of connectM; the room of
+/// pos at least doubles when it must grow.
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const dense2D<unsigned>& connectM);
 
@@ -172,6 +184,8 @@ KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_c
 ///         -199  memory is exhausted; earlier copies stay, and pos may have grown by nodes of the next
 ///         0     also where connectM_copy found no memory for the elements of a copy, which it then
 ///               lacks
+/// std::bad_alloc may leave, as after -199. Where connectM_copy is connectM, each copy takes the earlier
+/// ones along. Expected O(copies * rows * cols) of connectM.
 KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                              const vector_fixed<double, 2>& translation,
                              const vector_fixed<double, 2>& center, double angle, unsigned copies,
@@ -194,11 +208,13 @@ KZ3_LATTIQ_API int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_c
 /// @param connectM_copy  replaced as by copy_mesh: the elements keep the order of their nodes, so that
 ///                       they come out turned round
 /// @param point          of the line or plane
-/// @param normal         of the line or plane, of any length
+/// @param normal         of the line or plane, of any length but 0
 /// @return 0 if pos is empty, with all left as it was; else the first that applies:
-///         -4    normal is the zero vector or holds NaN; nothing is changed
+///         -4    the square of normal's length is 0, or NaN; nothing is changed
 ///         -199  memory is exhausted; pos and connectM_copy are as copy_mesh leaves them, not mirrored
 ///         0
+/// Where widening finds memory exhausted, the rows that pos has are mirrored as if the missing ones held
+/// zeros. std::bad_alloc may leave, as after -199. Expected O(rows * cols) of connectM.
 KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
                                  const vector_fixed<double, 2>& point,
                                  const vector_fixed<double, 2>& normal,
@@ -213,8 +229,8 @@ KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connec
 /// Selects the elements that lie wholly on one side of a plane. Elements that cross or touch it are
 /// left out; none is cut.
 ///
-/// @param pos       one column per node; of its rows the first three count, missing ones lie in the
-///                  plane of point
+/// @param pos       one column per node; of its rows the first three count, and one that it lacks
+///                  counts as equal to that of point
 /// @param connectM  one column per element, of any kind; a column is read up to its first NO_NODE, and
 ///                  one that begins with it is kept
 /// @param point     of the plane
@@ -228,7 +244,8 @@ KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connec
 ///         -199  clipped could not be sized
 ///         0
 /// On a negative result clipped is unchanged. An element for which the list of those to keep finds no
-/// memory is left out without a word. O(rows * cols); the side of a node is found once.
+/// memory is left out without a word. std::bad_alloc may leave, with clipped unchanged, out of a table
+/// of two bytes for each node of pos. O(rows * cols); the side of a node is found once.
 KZ3_LATTIQ_API int clip(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                         const vector_fixed<double, 3>& point, const vector_fixed<double, 3>& normal,
                         dense2D<unsigned>& clipped);
