@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include <kz3/lattiq/lattiq.h>
+
+/// Seeded inputs, made on first use and kept until the program ends: the same for lattiq and peers.
+namespace bench {
+
+/// How nodes and elements are numbered. Locality decides much: `natural` runs along the grid,
+/// `shuffled` has nodes and elements in random order.
+enum class numbering { natural, shuffled };
+
+/// "tetra" or "tetra_shuffled", as it stands in the name of a benchmark.
+std::string input_name(const std::string& kind, numbering order);
+
+struct mesh {
+    kz3::dense2D<double> pos;
+    kz3::dense2D<unsigned> connectM;
+    kz3::lattiq::element_type type = kz3::lattiq::ET_NONE;
+    size_t elements() const { return connectM.cols; }
+};
+
+/// A mesh of about n elements in the unit square (3 rows, z = a gentle wave) or the unit cube.
+/// kind: "tria", "quad", "face_mix", "tetra" (six per cube), "hexa", "wedge" or "solid_mix"
+/// (hexahedra, wedges, pyramids and tetrahedra that meet face to face in layers). Nodes are moved a
+/// little at random, so that no two lengths agree.
+const mesh& mesh_of(const std::string& kind, size_t n, numbering order = numbering::natural);
+
+/// The closest number of elements to n that mesh_of makes; names of benchmarks state it.
+size_t mesh_size(const std::string& kind, size_t n);
+
+/// n points, 3 x n. kind: "uniform" in the unit cube, "clustered" (a thousand Gaussian clusters of
+/// very different widths), "grid" (a cubic lattice, in random order), "surface" (on a sphere).
+const kz3::dense2D<double>& points_of(const std::string& kind, size_t n);
+
+/// n random places to ask about the points of that kind: near them, but not on them.
+const kz3::dense2D<double>& queries_of(const std::string& kind, size_t n);
+
+/// About n facets of a sphere as triangles with their own three nodes each, in random order: what an
+/// STL file holds. Coordinates are floats held as doubles. Shared nodes have equal coordinates.
+const mesh& soup_of(size_t n);
+
+/// The number of facets in soup_of(n).
+size_t soup_size(size_t n);
+
+/// The least height of a facet of soup_of(n).
+double soup_height(size_t n);
+
+/// The soup with each corner moved by up to `distance` in each direction.
+const mesh& jittered_soup(size_t n, double distance);
+
+/// n valid symmetric positive definite tensors of 2 or 3 dimensions, packed, one per column, with
+/// eigenvalues spread over six decades; one in a hundred is not valid.
+const kz3::dense2D<double>& tensors_of(unsigned dimension, size_t n);
+
+/// A file of that name in the directory for temporary files, removed at the end of the program.
+std::string scratch_file(const std::string& name);
+
+} // namespace bench
