@@ -42,8 +42,14 @@ void forget(void* block)
 
 extern "C" {
 
-void* malloc(std::size_t size) { return count(__libc_malloc(size)); }
-void* calloc(std::size_t n, std::size_t size) { return count(__libc_calloc(n, size)); }
+void* malloc(std::size_t size)
+{
+    return count(__libc_malloc(size));
+}
+void* calloc(std::size_t n, std::size_t size)
+{
+    return count(__libc_calloc(n, size));
+}
 void* memalign(std::size_t alignment, std::size_t size)
 {
     return count(__libc_memalign(alignment, size));
@@ -76,8 +82,17 @@ void* realloc(void* block, std::size_t size)
 
 namespace bench {
 
-std::size_t heap_bytes() { return live.load(std::memory_order_relaxed); }
-std::size_t heap_peak() { return peak.load(std::memory_order_relaxed); }
-void reset_peak() { peak.store(live.load(std::memory_order_relaxed), std::memory_order_relaxed); }
+std::size_t heap_bytes()
+{
+    return live.load(std::memory_order_relaxed);
+}
+std::size_t heap_peak()
+{
+    return peak.load(std::memory_order_relaxed);
+}
+void reset_peak()
+{
+    peak.store(live.load(std::memory_order_relaxed), std::memory_order_relaxed);
+}
 
 } // namespace bench

@@ -22,13 +22,13 @@ struct mesh {
     size_t elements() const { return connectM.cols; }
 };
 
-/// A mesh of about n elements in the unit square (3 rows, z = a gentle wave) or the unit cube.
-/// kind: "tria", "quad", "face_mix", "tetra" (six per cube), "hexa", "wedge" or "solid_mix"
-/// (hexahedra, wedges, pyramids and tetrahedra that meet face to face in layers). Nodes are moved a
-/// little at random, so that no two lengths agree.
+/// A mesh of about n elements over the unit square (3 rows, z a gentle wave) or in the unit cube.
+/// kind: "tria", "quad", "face_mix", "tetra" (six per cube), "hexa", "wedge" or "solid_mix" (layers
+/// of hexahedra, wedges, pyramids and tetrahedra that meet face to face). Nodes are moved a little
+/// at random, so that no two lengths agree.
 const mesh& mesh_of(const std::string& kind, size_t n, numbering order = numbering::natural);
 
-/// The closest number of elements to n that mesh_of makes; names of benchmarks state it.
+/// The number of elements of mesh_of(kind, n), which the name of a benchmark states.
 size_t mesh_size(const std::string& kind, size_t n);
 
 /// n points, 3 x n. kind: "uniform" in the unit cube, "clustered" (a thousand Gaussian clusters of
@@ -51,9 +51,9 @@ double soup_height(size_t n);
 /// The soup with each corner moved by up to `distance` in each direction.
 const mesh& jittered_soup(size_t n, double distance);
 
-/// n valid symmetric positive definite tensors of 2 or 3 dimensions, packed, one per column, with
-/// eigenvalues spread over six decades; one in a hundred is not valid.
-const kz3::dense2D<double>& tensors_of(unsigned dimension, size_t n);
+/// n valid tensors of 2 or 3 dimensions, 3 or 6 rows, with eigenvalues spread over six decades and
+/// random axes.
+const kz3::dense2D<float>& tensors_of(unsigned dimension, size_t n);
 
 /// A file of that name in the directory for temporary files, removed at the end of the program.
 std::string scratch_file(const std::string& name);
