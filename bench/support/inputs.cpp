@@ -97,7 +97,7 @@ constexpr unsigned hole = 9;
 using element = std::array<unsigned, 8>;
 
 /// The elements of a cell. Corner k of a cell is (k & 1, k >> 1 & 1, k >> 2); faces with z fixed that
-/// are cut are cut from corner 0 (or 4) to corner 3 (or 7).
+/// are cut are cut from corner 0 (or 4) to corner 3 (or 7). Every element has a positive quality.
 const std::vector<element>& elements_of(cell kind)
 {
     constexpr unsigned c = centre;
@@ -110,12 +110,12 @@ const std::vector<element>& elements_of(cell kind)
         {cell::tria, {{0, 1, 3, o, o, o, o, o}, {0, 3, 2, o, o, o, o, o}}},
         {cell::quad, {{0, 1, 3, 2, o, o, o, o}}},
         {cell::tetra,
-         {{0, 1, 3, 7, o, o, o, o},
-          {0, 3, 2, 7, o, o, o, o},
-          {0, 2, 6, 7, o, o, o, o},
-          {0, 6, 4, 7, o, o, o, o},
-          {0, 4, 5, 7, o, o, o, o},
-          {0, 5, 1, 7, o, o, o, o}}},
+         {{1, 0, 3, 7, o, o, o, o},
+          {3, 0, 2, 7, o, o, o, o},
+          {2, 0, 6, 7, o, o, o, o},
+          {6, 0, 4, 7, o, o, o, o},
+          {4, 0, 5, 7, o, o, o, o},
+          {5, 0, 1, 7, o, o, o, o}}},
         {cell::hexa, {{0, 1, 3, 2, 4, 5, 7, 6}}},
         {cell::wedge, {{0, 1, 3, 4, 5, 7, o, o}, {0, 3, 2, 4, 7, 6, o, o}}},
         {cell::pyramids, pyramids},
@@ -125,16 +125,16 @@ const std::vector<element>& elements_of(cell kind)
           pyramids[3],
           pyramids[4],
           pyramids[5],
-          {4, 7, 5, c, o, o, o, o},
-          {4, 6, 7, c, o, o, o, o}}},
+          {7, 4, 5, c, o, o, o, o},
+          {6, 4, 7, c, o, o, o, o}}},
         {cell::from_wedge,
          {pyramids[1],
           pyramids[2],
           pyramids[3],
           pyramids[4],
           pyramids[5],
-          {0, 1, 3, c, o, o, o, o},
-          {0, 3, 2, c, o, o, o, o}}},
+          {1, 0, 3, c, o, o, o, o},
+          {3, 0, 2, c, o, o, o, o}}},
     };
     return table.at(kind);
 }
