@@ -30,7 +30,7 @@ int medit()
     const auto connectM = columns<unsigned>({{0, 1, 2, 3}});
     const dense1D<double> qualities(4, 1.0);
     int code = medit_output("part.mesh", pos, connectM, ET_TETRA4);
-    code = medit_scalar("part.sol", 3, qualities);
+    if (code == 0) code = medit_scalar("part.sol", 3, qualities);
     return code;
 }
 
