@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
-#include <charconv>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+
+#include "formats/print_number.h"
 
 namespace kz3::lattiq::detail {
 
@@ -100,71 +101,76 @@ public:
     template <typename Integer>
     block_writer& integer(Integer value, std::size_t width = 0)
     {
-        char* first = room(longest_integer);
-        return field(first, std::to_chars(first, first + longest_integer, value).ptr, width);
+        char* first = room(print_room);
+        return field(first, print_integer(first, value), width);
     }
 
     /// "%e", "%.8e" or "%12.5e"
-    block_writer& scientific(double value, int precision = 6, std::size_t width = 0)
+    block_writer& scientific(double value, int decimals = 6, std::size_t width = 0)
     {
-        return number(value, std::chars_format::scientific, precision, width);
+        char* first = room(print_room);
+        return field(first, print_decimals(first, value, decimals), width);
     }
 
     /// "%E": as scientific, in upper case
-    block_writer& upper_scientific(double value, int precision = 6, std::size_t width = 0)
+    block_writer& upper_scientific(double value)
     {
-        return number(value, std::chars_format::scientific, precision, width, true);
+        return print(print_room, [=](char* to) { return print_scientific<6>(to, value, 'E'); });
     }
 
     /// "%f"
-    block_writer& fixed(double value, int precision = 6, std::size_t width = 0)
+    block_writer& fixed(double value)
     {
-        return number(value, std::chars_format::fixed, precision, width);
+        return print(print_room, [=](char* to) { return print_fixed(to, value); });
     }
 
     /// "%g"
-    block_writer& general(double value, int precision = 6, std::size_t width = 0)
+    block_writer& general(double value)
     {
-        return number(value, std::chars_format::general, precision, width);
+        return print(print_room, [=](char* to) { return print_general(to, value); });
+    }
+
+    /// What `body` prints straight into the block. It gets the place to begin at, where it may use up to
+    /// `most` characters, less than a block, and returns the end of what it printed. This is how lines
+    /// are put together that come a million times: no count is kept in memory between their numbers.
+    template <typename Body>
+    block_writer& print(std::size_t most, Body body)
+    {
+        used = std::size_t(body(room(most)) - block.data());
+        return *this;
     }
 
 private:
     static constexpr std::size_t block_size = 1 << 16;
-    static constexpr std::size_t longest_integer = 24;
-    static constexpr int most_decimals = 64;
-    static constexpr std::size_t longest_number = 320 + most_decimals; // "%f" of the largest double
+    static constexpr std::size_t widest_field = 24;
 
     // Room for n characters, n below the size of a block.
     char* room(std::size_t n)
     {
+        assert(n <= block.size());
         if (n > block.size() - used) flush();
         return block.data() + used;
     }
 
-    block_writer& number(double value, std::chars_format format, int precision, std::size_t width,
-                         bool upper = false)
+    static char* print_decimals(char* to, double value, int decimals)
     {
-        assert(precision >= 0 && precision <= most_decimals);
-        char* first = room(longest_number);
-        char* last = std::to_chars(first, first + longest_number, value, format, precision).ptr;
-        if (upper)
-            std::transform(first, last, first,
-                           [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; });
-        return field(first, last, width);
+        if (decimals == 5) return print_scientific<5>(to, value);
+        if (decimals == 6) return print_scientific<6>(to, value);
+        assert(decimals == 8);
+        return print_scientific<8>(to, value);
     }
 
     // Takes in [first, last), which stands at the end of what is used, flush right in its field.
     block_writer& field(char* first, char* last, std::size_t width)
     {
         const auto n = std::size_t(last - first);
-        used += n;
-        if (n >= width) return *this;
-        assert(width <= longest_integer);
-        std::array<char, longest_integer> padded;
-        padded.fill(' ');
-        std::copy(first, last, padded.begin() + std::ptrdiff_t(width - n));
-        used -= n;
-        return bytes(padded.data(), width);
+        if (n < width) {
+            assert(width <= widest_field);
+            std::copy_backward(first, last, first + width);
+            std::fill_n(first, width - n, ' ');
+        }
+        used += std::max(n, width);
+        return *this;
     }
 
     void write(const void* data, std::size_t n)

@@ -1,0 +1,236 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+/// Numbers as the C runtime prints them in the "C" locale, for text output in bulk.
+///
+/// Each function prints from `to` on and returns the end of what it printed. It may use up to
+/// print_room characters there, and more than it returns: what follows is printed over the rest.
+namespace kz3::lattiq::detail {
+
+/// "%f" of the largest double has 317 characters.
+inline constexpr std::size_t print_room = 352;
+
+/// Powers of ten that a double holds exactly.
+inline constexpr std::array<double, 23> powers_of_ten = {
+    1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+/// Eight zeros, as characters.
+inline constexpr std::uint64_t zeros = 0x3030303030303030;
+
+/// The eight digits of a number below 10^8, one to a byte, the first in the lowest.
+///
+/// Halves, quarters and single digits are split in all lanes at once. A multiplication by a slightly
+/// larger reciprocal takes the place of the division, which is exact for numbers this small.
+constexpr std::uint64_t eight_digits(std::uint32_t n)
+{
+    const std::uint64_t halves = n / 10000 | std::uint64_t(n % 10000) << 32;
+    const std::uint64_t hundreds = (halves * 10486 >> 20) & 0x0000007f0000007f;
+    const std::uint64_t pairs = hundreds | (halves - 100 * hundreds) << 16;
+    const std::uint64_t tens = (pairs * 103 >> 10) & 0x000f000f000f000f;
+    return tens | (pairs - 10 * tens) << 8;
+}
+
+/// Eight characters, the first in the lowest byte.
+inline void put(char* to, std::uint64_t characters)
+{
+    for (unsigned i = 0; i < 8; ++i) to[i] = char(characters >> 8 * i);
+}
+
+/// "%d", "%u" and the like, by the type of the value.
+template <typename Integer>
+char* print_integer(char* to, Integer value)
+{
+    if (std::uint64_t(value) >= 100'000'000) return std::to_chars(to, to + 24, value).ptr;
+    const std::uint64_t digits = eight_digits(std::uint32_t(value));
+    const unsigned leading_zeros = std::min(unsigned(std::countr_zero(digits)) / 8, 7u);
+    put(to, (digits | zeros) >> 8 * leading_zeros);
+    return to + (8 - leading_zeros);
+}
+
+/// "%8d": wider numbers take the room that they need.
+template <typename Integer>
+char* print_integer_8(char* to, Integer value)
+{
+    if (std::uint64_t(value) < 100'000'000) {
+        const std::uint64_t digits = eight_digits(std::uint32_t(value));
+        const unsigned leading_zeros = std::min(unsigned(std::countr_zero(digits)) / 8, 7u);
+        // A zero differs from a blank in the bit 0x10 alone.
+        const std::uint64_t blanks = (std::uint64_t(1) << 8 * leading_zeros) - 1;
+        put(to, digits | (zeros & ~(blanks & 0x1010101010101010)));
+        return to + 8;
+    }
+    char* const last = std::to_chars(to, to + 24, value).ptr;
+    char* const wide = std::max(last, to + 8);
+    std::fill(to, std::copy_backward(to, last, wide), ' ');
+    return wide;
+}
+
+/// Any double, through the standard library.
+inline char* print_slowly(char* to, double value, std::chars_format format, int precision)
+{
+    return std::to_chars(to, to + print_room, value, format, precision).ptr;
+}
+
+/// The whole number nearest to magnitude * 10^power, of two that are as near the even one, exactly as
+/// if the product had not been rounded. It must stay below 2^52, and |power| below 23.
+///
+/// The rounded product, below 2^52, is a multiple of some 2^-i, i > 0, and off by at most half of that.
+/// 1/2 is such a multiple too. If its fraction is above 1/2, it is so by 2^-i or more, and the exact
+/// fraction is above 1/2; the same below. Only at 1/2 the side is decided by what rounding took away,
+/// whose sign one fused multiplication and addition tells.
+inline std::uint64_t round_scaled(double magnitude, int power)
+{
+    const double factor = powers_of_ten[std::size_t(std::abs(power))];
+    const double scaled = power < 0 ? magnitude / factor : magnitude * factor;
+    const auto whole = std::int64_t(scaled);
+    const double fraction = scaled - double(whole);
+    if (fraction != 0.5) return std::uint64_t(whole) + (fraction > 0.5 ? 1 : 0);
+
+    const double error =
+        power < 0 ? std::fma(-scaled, factor, magnitude) : std::fma(magnitude, factor, -scaled);
+    const bool up = error > 0 || (error == 0 && whole % 2 != 0);
+    return std::uint64_t(whole) + (up ? 1 : 0);
+}
+
+/// "%f"
+inline char* print_fixed(char* to, double value)
+{
+    const double magnitude = std::abs(value);
+    // negated, so that NaN takes this road too
+    if (!(magnitude < 99'999'999)) return print_slowly(to, value, std::chars_format::fixed, 6);
+
+    *to = '-';
+    to += std::signbit(value) ? 1 : 0;
+    const std::uint64_t millionths = round_scaled(magnitude, 6);
+    to = print_integer(to, std::uint32_t(millionths / 1'000'000));
+    *to = '.';
+    put(to + 1, (eight_digits(std::uint32_t(millionths % 1'000'000)) | zeros) >> 16);
+    return to + 7;
+}
+
+/// A number rounded to so many significant digits: digits[0].digits[1]... * 10^exponent.
+struct decimal {
+    std::uint32_t digits;
+    int exponent;
+};
+
+/// floor(log10(2^n)) for n from -44 to 73
+constexpr int decimal_exponent(int n)
+{
+    return (n * 78913) >> 18;
+}
+
+constexpr bool decimal_exponents_hold()
+{
+    double power = 1;
+    for (int n = 0; n <= 73; ++n, power *= 2) {
+        const auto up = std::size_t(decimal_exponent(n));
+        const auto down = std::size_t(-decimal_exponent(-n));
+        if (powers_of_ten[up] > power || (up < 22 && powers_of_ten[up + 1] <= power)) return false;
+        if (n > 44) continue;
+        if (powers_of_ten[down] < power || (n > 0 && powers_of_ten[down - 1] >= power))
+            return false;
+    }
+    return true;
+}
+static_assert(decimal_exponents_hold());
+
+/// Whether round_to_digits takes a magnitude; not NaN.
+inline bool has_decimal(double magnitude)
+{
+    return (magnitude >= 1e-13 && magnitude < 1e22) || magnitude == 0;
+}
+
+/// The magnitude rounded to 6 to 9 digits, as if exactly.
+///
+/// The exponent is first taken from that of the power of two below: it is right or one too low, which
+/// shows by a digit too many, and then the scaling is done again. Where just a power of ten with a
+/// digit too many comes out, be it by rounding up with the right exponent or nearly exactly with one too
+/// low, dropping a zero gives what scaling again would.
+template <int Digits>
+decimal round_to_digits(double magnitude)
+{
+    static_assert(Digits >= 6 && Digits <= 9);
+    constexpr auto above = std::uint64_t(powers_of_ten[Digits]);
+    if (magnitude == 0) return {0, 0};
+    int exponent = decimal_exponent(int(std::bit_cast<std::uint64_t>(magnitude) >> 52) - 1023);
+    std::uint64_t digits = round_scaled(magnitude, Digits - 1 - exponent);
+    if (digits > above) digits = round_scaled(magnitude, Digits - 1 - ++exponent);
+    if (digits == above) {
+        digits /= 10;
+        ++exponent;
+    }
+    return {std::uint32_t(digits), exponent};
+}
+
+/// "e-07", with this letter; the exponent has two digits.
+inline char* print_exponent(char* to, int exponent, char letter)
+{
+    const int magnitude = std::abs(exponent);
+    to[0] = letter;
+    to[1] = exponent < 0 ? '-' : '+';
+    to[2] = char('0' + magnitude / 10);
+    to[3] = char('0' + magnitude % 10);
+    return to + 4;
+}
+
+/// "%.5e" to "%.8e", or "%E" where the letter is upper case.
+template <int Decimals>
+char* print_scientific(char* to, double value, char letter = 'e')
+{
+    const double magnitude = std::abs(value);
+    if (!has_decimal(magnitude)) {
+        char* const last = print_slowly(to, value, std::chars_format::scientific, Decimals);
+        const auto raised = [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; };
+        if (letter == 'E') std::transform(to, last, to, raised);
+        return last;
+    }
+    constexpr auto one = std::uint32_t(powers_of_ten[Decimals]);
+    const decimal d = round_to_digits<Decimals + 1>(magnitude);
+    *to = '-';
+    to += std::signbit(value) ? 1 : 0;
+    to[0] = char('0' + d.digits / one);
+    to[1] = '.';
+    put(to + 2, (eight_digits(d.digits % one) | zeros) >> 8 * (8 - Decimals));
+    return print_exponent(to + 2 + Decimals, d.exponent, letter);
+}
+
+/// "%g"
+inline char* print_general(char* to, double value)
+{
+    const double magnitude = std::abs(value);
+    if (!has_decimal(magnitude)) return print_slowly(to, value, std::chars_format::general, 6);
+
+    const decimal d = round_to_digits<6>(magnitude);
+    const std::uint64_t digits = eight_digits(d.digits) >> 16;
+    const std::uint64_t characters = digits | zeros;
+    // without the zeros at the end; a zero by itself has one
+    const int kept = std::max((int(std::bit_width(digits)) + 7) / 8, 1);
+    *to = '-';
+    to += std::signbit(value) ? 1 : 0;
+    if (d.exponent < 0 && d.exponent >= -4) {
+        put(to, zeros);
+        to[1] = '.';
+        put(to + 1 - d.exponent, characters);
+        return to + 1 - d.exponent + kept;
+    }
+    const bool fixed = d.exponent >= 0 && d.exponent < 6;
+    const int whole = fixed ? d.exponent + 1 : 1;
+    put(to, characters);
+    if (kept > whole) {
+        to[whole] = '.';
+        put(to + whole + 1, characters >> 8 * whole);
+    }
+    to += kept > whole ? kept + 1 : whole;
+    return fixed ? to : print_exponent(to, d.exponent, 'e');
+}
+
+} // namespace kz3::lattiq::detail
