@@ -1,12 +1,9 @@
-#include "support/bench.h"
-#include "support/inputs.h"
+#include "support/on_meshes.h"
 
 using namespace kz3::lattiq;
 
 LATTIQ_BENCHMARKS(max_ID)
 {
-    for (const size_t n : {100'000, 1'000'000, 10'000'000})
-        bench::add("max_ID", "tetra", bench::mesh_size("tetra", n), "lattiq", [=] {
-            return [&mesh = bench::mesh_of("tetra", n)] { return max_ID(mesh.connectM); };
-        });
+    bench::add_on_meshes("max_ID", "tetra",
+                         [](const bench::mesh& m) { return [&m] { return max_ID(m.connectM); }; });
 }
