@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstdint>
 #include <iterator>
 
@@ -14,15 +15,18 @@ using namespace detail;
 
 constexpr size_t field = 8;
 
-// Name of a kind and, where its nodes change places, the row of a column at each place of a line.
+// Name of a kind, and the row of a column at each place of a line.
 struct part_kind {
     const char* name;
     const std::uint8_t* row;
 };
 
+constexpr std::uint8_t in_order[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13,
+                                     14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26};
 constexpr std::uint8_t tria6_row[] = {0, 1, 2, 5, 3, 4};
 constexpr std::uint8_t tetra4_row[] = {0, 2, 1, 3};
 constexpr std::uint8_t tetra10_row[] = {0, 2, 1, 3, 5, 4, 6, 7, 9, 8};
+static_assert(std::size(in_order) == element_type_nodes[ET_HEXA27]);
 static_assert(std::size(tria6_row) == element_type_nodes[ET_TRIA6]);
 static_assert(std::size(tetra4_row) == element_type_nodes[ET_TETRA4]);
 static_assert(std::size(tetra10_row) == element_type_nodes[ET_TETRA10]);
@@ -33,26 +37,36 @@ constexpr part_kind part_kinds[] = {
     {nullptr, nullptr},       // ET_NONE
     {nullptr, nullptr},       // ET_NODE
     {nullptr, nullptr},       // unassigned
-    {"bar2", nullptr},        // ET_BAR2
-    {"bar3", nullptr},        // ET_BAR3
+    {"bar2", in_order},       // ET_BAR2
+    {"bar3", in_order},       // ET_BAR3
     {nullptr, nullptr},       // ET_FACE_MIX
-    {"tria3", nullptr},       // ET_TRIA3
-    {"quad4", nullptr},       // ET_QUAD4
+    {"tria3", in_order},      // ET_TRIA3
+    {"quad4", in_order},      // ET_QUAD4
     {"tria6", tria6_row},     // ET_TRIA6
-    {"quad8", nullptr},       // ET_QUAD8
-    {"quad8", nullptr},       // ET_QUAD9
+    {"quad8", in_order},      // ET_QUAD8
+    {"quad8", in_order},      // ET_QUAD9
     {nullptr, nullptr},       // ET_SOLID_MIX
     {"tetra4", tetra4_row},   // ET_TETRA4
     {"tetra10", tetra10_row}, // ET_TETRA10
     {nullptr, nullptr},       // ET_PYRA5
     {nullptr, nullptr},       // ET_PYRA14
-    {"penta6", nullptr},      // ET_PENTA6
-    {"penta6", nullptr},      // ET_PENTA18
-    {"hexa8", nullptr},       // ET_HEXA8
-    {"hexa20", nullptr},      // ET_HEXA20
-    {"hexa20", nullptr},      // ET_HEXA27
+    {"penta6", in_order},     // ET_PENTA6
+    {"penta6", in_order},     // ET_PENTA18
+    {"hexa8", in_order},      // ET_HEXA8
+    {"hexa20", in_order},     // ET_HEXA20
+    {"hexa20", in_order},     // ET_HEXA27
 };
 static_assert(std::size(part_kinds) == ET_HEXA27 + 1);
+
+// "%12.5e". An ordinary number has 11 characters and its sign.
+char* print_coordinate(char* to, double value)
+{
+    constexpr size_t width = 12;
+    *to = ' ';
+    char* const end = print_scientific<5>(to + (std::signbit(value) ? 0 : 1), value);
+    if (end == to + width) return end;
+    return flush_right(to, print_scientific<5>(to, value), width);
+}
 
 void write_nodes(block_writer& out, const dense2D<double>& pos)
 {
@@ -61,9 +75,23 @@ void write_nodes(block_writer& out, const dense2D<double>& pos)
     out.integer(int(pos.cols), field).character('\n');
     for (size_t j = 0; j < pos.cols; ++j) {
         const double* x = column(pos, j);
-        out.integer(int(j + 1), field);
-        for (size_t d = 0; d < 3; ++d) out.scientific(d < pos.rows ? x[d] : 0.0, 5, 12);
-        out.character('\n');
+        out.print([=, rows = pos.rows](char* to) {
+            to = print_integer_8(to, int(j + 1));
+            for (size_t d = 0; d < 3; ++d) to = print_coordinate(to, d < rows ? x[d] : 0.0);
+            return print_character(to, '\n');
+        });
+    }
+}
+
+void write_elements(block_writer& out, const dense2D<unsigned>& connectM, const std::uint8_t* row)
+{
+    for (size_t e = 0; e < connectM.cols; ++e) {
+        const unsigned* node = column(connectM, e);
+        out.print([=, rows = connectM.rows](char* to) {
+            to = print_integer_8(to, int(e + 1));
+            for (size_t k = 0; k < rows; ++k) to = print_integer_8(to, int(node[row[k]] + 1));
+            return print_character(to, '\n');
+        });
     }
 }
 
@@ -72,13 +100,7 @@ void write_part(block_writer& out, size_t number, const dense2D<unsigned>& conne
 {
     out.text("part ").integer(int(number), field).text("\n*************\n");
     out.text(kind.name).character('\n').integer(int(connectM.cols), field).character('\n');
-    for (size_t e = 0; e < connectM.cols; ++e) {
-        const unsigned* node = column(connectM, e);
-        out.integer(int(e + 1), field);
-        for (size_t k = 0; k < connectM.rows; ++k)
-            out.integer(int(node[kind.row == nullptr ? k : kind.row[k]] + 1), field);
-        out.character('\n');
-    }
+    write_elements(out, connectM, kind.row);
 }
 
 } // namespace

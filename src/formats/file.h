@@ -66,91 +66,94 @@ public:
     /// Whether no write has failed so far.
     bool ok() const { return !failed; }
 
-    /// Hands the block to the stream, which may hold it back until it is flushed or closed itself.
+    /// Hands all to the stream, which may hold it back until it is flushed or closed itself.
     ///
     /// @return ok()
     bool flush()
     {
-        write(block.data(), used);
-        used = 0;
+        write(block.data(), std::size_t(at - block.data()));
+        at = block.data();
         return ok();
     }
 
     block_writer& bytes(const void* data, std::size_t n)
     {
-        if (n > block.size() - used) flush();
-        if (n > block.size()) {
+        if (n > room) {
+            flush();
             write(data, n);
-        } else if (n != 0) {
-            std::memcpy(block.data() + used, data, n);
-            used += n;
+            return *this;
         }
-        return *this;
+        return print([=](char* to) {
+            return n == 0 ? to : std::copy_n(static_cast<const char*>(data), n, to);
+        });
     }
 
     block_writer& text(std::string_view s) { return bytes(s.data(), s.size()); }
 
+    /// The text so many times over; it is neither empty nor longer than room.
+    block_writer& repeat(std::string_view s, std::size_t times)
+    {
+        std::array<char, room> several;
+        const std::size_t fit = std::min(times, room / s.size());
+        char* end = several.data();
+        for (std::size_t i = 0; i < fit; ++i) end = print_text(end, s);
+        for (; times > fit; times -= fit) bytes(several.data(), fit * s.size());
+        return bytes(several.data(), times * s.size());
+    }
+
     block_writer& character(char c)
     {
-        *room(1) = c;
-        ++used;
-        return *this;
+        return print([=](char* to) { return print_character(to, c); });
     }
 
     /// "%d" or "%8d", by the type of the value: pass int(n) where a negative number is meant.
     template <typename Integer>
     block_writer& integer(Integer value, std::size_t width = 0)
     {
-        char* first = room(print_room);
-        return field(first, print_integer(first, value), width);
+        return print([=](char* to) { return flush_right(to, print_integer(to, value), width); });
     }
 
     /// "%e", "%.8e" or "%12.5e"
     block_writer& scientific(double value, int decimals = 6, std::size_t width = 0)
     {
-        char* first = room(print_room);
-        return field(first, print_decimals(first, value, decimals), width);
+        return print(
+            [=](char* to) { return flush_right(to, print_decimals(to, value, decimals), width); });
     }
 
     /// "%E": as scientific, in upper case
     block_writer& upper_scientific(double value)
     {
-        return print(print_room, [=](char* to) { return print_scientific<6>(to, value, 'E'); });
+        return print([=](char* to) { return print_scientific<6>(to, value, 'E'); });
     }
 
     /// "%f"
     block_writer& fixed(double value)
     {
-        return print(print_room, [=](char* to) { return print_fixed(to, value); });
+        return print([=](char* to) { return print_fixed(to, value); });
     }
 
     /// "%g"
     block_writer& general(double value)
     {
-        return print(print_room, [=](char* to) { return print_general(to, value); });
+        return print([=](char* to) { return print_general(to, value); });
     }
 
-    /// What `body` prints straight into the block. It gets the place to begin at, where it may use up to
-    /// `most` characters, less than a block, and returns the end of what it printed. This is how lines
-    /// are put together that come a million times: no count is kept in memory between their numbers.
+    /// What `body` prints straight into the block: it gets the place to begin at, where it may use up
+    /// to `room` characters, and returns the end of what it printed. Lines that come a million times
+    /// are put together so, without a count kept in memory between their numbers.
     template <typename Body>
-    block_writer& print(std::size_t most, Body body)
+    block_writer& print(Body body)
     {
-        used = std::size_t(body(room(most)) - block.data());
+        at = body(at);
+        if (at >= block.data() + block_size) write_block();
         return *this;
     }
 
+    /// Of characters, for what print() is given.
+    static constexpr std::size_t room = 1 << 12;
+
 private:
     static constexpr std::size_t block_size = 1 << 16;
-    static constexpr std::size_t widest_field = 24;
-
-    // Room for n characters, n below the size of a block.
-    char* room(std::size_t n)
-    {
-        assert(n <= block.size());
-        if (n > block.size() - used) flush();
-        return block.data() + used;
-    }
 
     static char* print_decimals(char* to, double value, int decimals)
     {
@@ -160,17 +163,11 @@ private:
         return print_scientific<8>(to, value);
     }
 
-    // Takes in [first, last), which stands at the end of what is used, flush right in its field.
-    block_writer& field(char* first, char* last, std::size_t width)
+    // Always a whole block, so that the system gets whole pages.
+    void write_block()
     {
-        const auto n = std::size_t(last - first);
-        if (n < width) {
-            assert(width <= widest_field);
-            std::copy_backward(first, last, first + width);
-            std::fill_n(first, width - n, ' ');
-        }
-        used += std::max(n, width);
-        return *this;
+        write(block.data(), block_size);
+        at = std::copy(block.data() + block_size, at, block.data());
     }
 
     void write(const void* data, std::size_t n)
@@ -179,9 +176,9 @@ private:
     }
 
     std::FILE* stream;
-    std::size_t used = 0;
     bool failed = false;
-    std::array<char, block_size> block;
+    std::array<char, block_size + room> block;
+    char* at = block.data();
 };
 
 } // namespace kz3::lattiq::detail

@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <iterator>
+#include <string_view>
 #include <vector>
 
 #include <kz3/lattiq/core.h>
@@ -42,6 +44,16 @@ constexpr section sections[] = {
 };
 static_assert(std::size(sections) == ET_HEXA27 + 1);
 
+char* print_value(char* to, double value)
+{
+    return print_character(print_scientific<6>(to, value, 'E'), ' ');
+}
+
+void write_value(block_writer& out, double value)
+{
+    out.print([=](char* to) { return print_value(to, value); });
+}
+
 void write_nodes(block_writer& out, const dense2D<double>& pos)
 {
     out.text("MeshVersionFormatted 1\nDimension ").integer(int(pos.rows)).text("\n");
@@ -49,8 +61,10 @@ void write_nodes(block_writer& out, const dense2D<double>& pos)
     out.integer(int(pos.cols)).text("\n");
     for (size_t j = 0; j < pos.cols; ++j) {
         const double* x = column(pos, j);
-        for (size_t d = 0; d < pos.rows; ++d) out.upper_scientific(x[d]).character(' ');
-        out.text("0 \n");
+        out.print([x, rows = pos.rows](char* to) {
+            for (size_t d = 0; d < rows; ++d) to = print_value(to, x[d]);
+            return print_text(to, "0 \n");
+        });
     }
     out.text("\n");
 }
@@ -58,11 +72,16 @@ void write_nodes(block_writer& out, const dense2D<double>& pos)
 void write_elements(block_writer& out, const section& lines, const dense2D<unsigned>& connectM,
                     unsigned reference)
 {
+    std::array<char, 2 * print_integer_room> buffer;
+    char* const end = print_text(print_integer(buffer.data(), int(reference)), " \n");
+    const std::string_view line_end(buffer.data(), size_t(end - buffer.data()));
     for (size_t e = 0; e < connectM.cols; ++e) {
         const unsigned* node = column(connectM, e);
-        for (unsigned k = 0; k < lines.nodes; ++k)
-            out.integer(int(node[lines.row[k]] + 1)).character(' ');
-        out.integer(int(reference)).text(" \n");
+        out.print([=, &lines](char* to) {
+            for (unsigned k = 0; k < lines.nodes; ++k)
+                to = print_character(print_integer(to, int(node[lines.row[k]] + 1)), ' ');
+            return print_text(to, line_end);
+        });
     }
 }
 
@@ -119,7 +138,7 @@ bool fill_groups(const dense2D<unsigned>& connectM, const dense1D<unsigned>& ref
 void write_values(block_writer& out, const dense1D<double>& values)
 {
     for (size_t i = 0; i < values.size; ++i) {
-        out.upper_scientific(values[i]).character(' ');
+        write_value(out, values[i]);
         if (i % 8 == 7) out.character('\n');
     }
     out.character('\n');
@@ -130,8 +149,7 @@ void write_columns(block_writer& out, const dense2D<T>& values)
 {
     for (size_t j = 0; j < values.cols; ++j) {
         const T* value = column(values, j);
-        for (size_t k = 0; k < values.rows; ++k)
-            out.upper_scientific(double(value[k])).character(' ');
+        for (size_t k = 0; k < values.rows; ++k) write_value(out, double(value[k]));
         out.character('\n');
     }
 }

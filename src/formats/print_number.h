@@ -7,15 +7,17 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 /// Numbers as the C runtime prints them in the "C" locale, for text output in bulk.
 ///
 /// Each function prints from `to` on and returns the end of what it printed. It may use up to
-/// print_room characters there, and more than it returns: what follows is printed over the rest.
+/// print_room characters there, or print_integer_room for whole numbers, and more than it returns: what follows is printed over the rest.
 namespace kz3::lattiq::detail {
 
 /// "%f" of the largest double has 317 characters.
 inline constexpr std::size_t print_room = 352;
+inline constexpr std::size_t print_integer_room = 24;
 
 /// Powers of ten that a double holds exactly.
 inline constexpr std::array<double, 23> powers_of_ten = {
@@ -38,43 +40,70 @@ constexpr std::uint64_t eight_digits(std::uint32_t n)
     return tens | (pairs - 10 * tens) << 8;
 }
 
+/// Zeros ahead of the first other of eight digits, of which the last counts as one.
+constexpr unsigned leading_zeros(std::uint64_t digits)
+{
+    return unsigned(std::countr_zero(digits | std::uint64_t(1) << 56)) / 8;
+}
+
 /// Eight characters, the first in the lowest byte.
 inline void put(char* to, std::uint64_t characters)
 {
     for (unsigned i = 0; i < 8; ++i) to[i] = char(characters >> 8 * i);
 }
 
-/// "%d", "%u" and the like, by the type of the value.
-template <typename Integer>
-char* print_integer(char* to, Integer value)
+inline char* print_character(char* to, char c)
 {
-    if (std::uint64_t(value) >= 100'000'000) return std::to_chars(to, to + 24, value).ptr;
-    const std::uint64_t digits = eight_digits(std::uint32_t(value));
-    const unsigned leading_zeros = std::min(unsigned(std::countr_zero(digits)) / 8, 7u);
-    put(to, (digits | zeros) >> 8 * leading_zeros);
-    return to + (8 - leading_zeros);
+    *to = c;
+    return to + 1;
 }
 
-/// "%8d": wider numbers take the room that they need.
-template <typename Integer>
-char* print_integer_8(char* to, Integer value)
+inline char* print_text(char* to, std::string_view text)
 {
-    if (std::uint64_t(value) < 100'000'000) {
-        const std::uint64_t digits = eight_digits(std::uint32_t(value));
-        const unsigned leading_zeros = std::min(unsigned(std::countr_zero(digits)) / 8, 7u);
-        // A zero differs from a blank in the bit 0x10 alone.
-        const std::uint64_t blanks = (std::uint64_t(1) << 8 * leading_zeros) - 1;
-        put(to, digits | (zeros & ~(blanks & 0x1010101010101010)));
-        return to + 8;
-    }
-    char* const last = std::to_chars(to, to + 24, value).ptr;
-    char* const wide = std::max(last, to + 8);
-    std::fill(to, std::copy_backward(to, last, wide), ' ');
-    return wide;
+    return std::copy(text.begin(), text.end(), to);
+}
+
+/// Moves what was printed to the right end of a field of this width, unless it is wider.
+inline char* flush_right(char* first, char* last, std::size_t width)
+{
+    char* const end = std::max(last, first + width);
+    std::fill(first, std::copy_backward(first, last, end), ' ');
+    return end;
+}
+
+/// Any whole number, through the standard library.
+template <typename Integer>
+char* print_any_integer(char* to, Integer value)
+{
+    return std::to_chars(to, to + print_integer_room, value).ptr;
+}
+
+/// "%d", "%u" and the like, by the type of the value.
+template <typename Integer>
+inline char* print_integer(char* to, Integer value)
+{
+    if (std::uint64_t(value) >= 100'000'000) return print_any_integer(to, value);
+    const std::uint64_t digits = eight_digits(std::uint32_t(value));
+    const unsigned leading = leading_zeros(digits);
+    put(to, (digits | zeros) >> 8 * leading);
+    return to + (8 - leading);
+}
+
+/// "%8d": a number of more characters takes the room that it needs.
+template <typename Integer>
+inline char* print_integer_8(char* to, Integer value)
+{
+    if (std::uint64_t(value) >= 100'000'000)
+        return flush_right(to, print_any_integer(to, value), 8);
+    const std::uint64_t digits = eight_digits(std::uint32_t(value));
+    const std::uint64_t leading = (std::uint64_t(1) << 8 * leading_zeros(digits)) - 1;
+    // A zero differs from a blank in the bit 0x10 alone.
+    put(to, digits | (zeros & ~(leading & 0x1010101010101010)));
+    return to + 8;
 }
 
 /// Any double, through the standard library.
-inline char* print_slowly(char* to, double value, std::chars_format format, int precision)
+inline char* print_any_double(char* to, double value, std::chars_format format, int precision)
 {
     return std::to_chars(to, to + print_room, value, format, precision).ptr;
 }
@@ -105,7 +134,7 @@ inline char* print_fixed(char* to, double value)
 {
     const double magnitude = std::abs(value);
     // negated, so that NaN takes this road too
-    if (!(magnitude < 99'999'999)) return print_slowly(to, value, std::chars_format::fixed, 6);
+    if (!(magnitude < 99'999'999)) return print_any_double(to, value, std::chars_format::fixed, 6);
 
     *to = '-';
     to += std::signbit(value) ? 1 : 0;
@@ -188,7 +217,7 @@ char* print_scientific(char* to, double value, char letter = 'e')
 {
     const double magnitude = std::abs(value);
     if (!has_decimal(magnitude)) {
-        char* const last = print_slowly(to, value, std::chars_format::scientific, Decimals);
+        char* const last = print_any_double(to, value, std::chars_format::scientific, Decimals);
         const auto raised = [](char c) { return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c; };
         if (letter == 'E') std::transform(to, last, to, raised);
         return last;
@@ -207,7 +236,7 @@ char* print_scientific(char* to, double value, char letter = 'e')
 inline char* print_general(char* to, double value)
 {
     const double magnitude = std::abs(value);
-    if (!has_decimal(magnitude)) return print_slowly(to, value, std::chars_format::general, 6);
+    if (!has_decimal(magnitude)) return print_any_double(to, value, std::chars_format::general, 6);
 
     const decimal d = round_to_digits<6>(magnitude);
     const std::uint64_t digits = eight_digits(d.digits) >> 16;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <vector>
 
@@ -39,6 +40,25 @@ constexpr cell_kind cell_kinds[] = {
 };
 static_assert(std::size(cell_kinds) == ET_HEXA27 + 1);
 
+bool is_tetra(const cell_kind& kind)
+{
+    return kind.vtk_type == tetra.vtk_type;
+}
+
+// 0, or what vtk_convert refuses a matrix with.
+int check_cells(const dense2D<unsigned>& connectM, int type)
+{
+    if (!check_matrix(connectM, type, NO_NODE)) return -1;                              // connectM
+    if (type < ET_BAR2 || type > ET_HEXA27 || cell_kinds[type].corners == 0) return -2; // type
+    return connectM.rows < cell_kinds[type].corners ? -1 : 0;                           // connectM
+}
+
+// Cells that an element of this many nodes makes.
+size_t cells_per_element(const cell_kind& kind, size_t nodes)
+{
+    return nodes == kind.corners ? 1 : 2;
+}
+
 void append_cells(const dense2D<unsigned>& connectM, const cell_kind& kind, unsigned* cell,
                   unsigned* cell_type)
 {
@@ -50,7 +70,7 @@ void append_cells(const dense2D<unsigned>& connectM, const cell_kind& kind, unsi
         *cell++ = kind.corners;
         cell = std::copy_n(node, corners, cell);
         // Turns the base of a tetrahedron the other way; no other kind is turned.
-        if (kind.vtk_type == tetra.vtk_type) std::swap(cell[-1], cell[-2]);
+        if (is_tetra(kind)) std::swap(cell[-1], cell[-2]);
         if (others == 0) continue;
         *cell_type++ = poly_vertex;
         *cell++ = unsigned(others);
@@ -64,22 +84,31 @@ void write_nodes(block_writer& out, const dense2D<double>& pos)
     out.text("DATASET UNSTRUCTURED_GRID\n\nPOINTS ").integer(int(pos.cols)).text(" double\n");
     for (size_t j = 0; j < pos.cols; ++j) {
         const double* x = column(pos, j);
-        out.fixed(x[0]).character(' ').fixed(x[1]).character(' ');
-        out.fixed(pos.rows == 3 ? x[2] : 0.0).character('\n');
+        const double z = pos.rows == 3 ? x[2] : 0.0;
+        out.print([=](char* to) {
+            to = print_character(print_fixed(to, x[0]), ' ');
+            to = print_character(print_fixed(to, x[1]), ' ');
+            return print_character(print_fixed(to, z), '\n');
+        });
     }
+}
+
+void write_cells_heading(block_writer& out, size_t cells, size_t entries)
+{
+    out.text("\nCELLS ").integer(int(cells)).character(' ').integer(int(entries)).character('\n');
 }
 
 // Stops where the list ends, whatever number of cells it is said to hold.
 void write_cells(block_writer& out, unsigned ncells, const dense1D<unsigned>& cells)
 {
-    out.text("\nCELLS ").integer(int(ncells)).character(' ').integer(int(cells.size)).text("\n");
+    write_cells_heading(out, ncells, cells.size);
     const unsigned* next = cells.begin();
     const unsigned* const end = cells.end();
     for (unsigned i = 0; i < ncells && next != end; ++i) {
         const size_t nodes = std::min(size_t(*next), size_t(end - next) - 1);
-        out.integer(int(*next++)).character(' ');
-        for (const unsigned* last = next + nodes; next != last; ++next)
-            out.integer(int(*next)).character(' ');
+        for (const unsigned* const last = next + nodes + 1; next != last; ++next)
+            out.print(
+                [=](char* to) { return print_character(print_integer(to, int(*next)), ' '); });
         out.character('\n');
     }
 }
@@ -87,7 +116,65 @@ void write_cells(block_writer& out, unsigned ncells, const dense1D<unsigned>& ce
 void write_cell_types(block_writer& out, const dense1D<unsigned>& cell_types)
 {
     out.text("\nCELL_TYPES ").integer(int(cell_types.size)).text("\n");
-    for (const unsigned type : cell_types) out.integer(int(type)).character('\n');
+    for (const unsigned type : cell_types)
+        out.print([=](char* to) { return print_character(print_integer(to, int(type)), '\n'); });
+}
+
+// ---- cells straight from the matrices of elements ----
+
+char* print_cell(char* to, const unsigned* node, size_t nodes)
+{
+    // No kind has a hundred nodes, and few have ten.
+    if (nodes >= 10) to = print_character(to, char('0' + nodes / 10));
+    to = print_character(print_character(to, char('0' + nodes % 10)), ' ');
+    for (size_t k = 0; k < nodes; ++k) to = print_character(print_integer(to, int(node[k])), ' ');
+    return print_character(to, '\n');
+}
+
+// The cells that append_cells makes.
+void write_cells(block_writer& out, const dense2D<unsigned>& connectM, const cell_kind& kind)
+{
+    const size_t corners = kind.corners;
+    const size_t others = connectM.rows - corners;
+    for (size_t e = 0; e < connectM.cols; ++e) {
+        const unsigned* node = column(connectM, e);
+        out.print([=](char* to) {
+            if (is_tetra(kind)) {
+                const unsigned turned[] = {node[0], node[1], node[3], node[2]};
+                to = print_cell(to, turned, corners);
+            } else {
+                to = print_cell(to, node, corners);
+            }
+            return others == 0 ? to : print_cell(to, node + corners, others);
+        });
+    }
+}
+
+void write_cell_types(block_writer& out, const dense2D<unsigned>& connectM, const cell_kind& kind)
+{
+    std::array<char, 3 * print_integer_room> lines;
+    char* end = print_character(print_integer(lines.data(), kind.vtk_type), '\n');
+    if (cells_per_element(kind, connectM.rows) == 2)
+        end = print_character(print_integer(end, poly_vertex), '\n');
+    out.repeat({lines.data(), end}, connectM.cols);
+}
+
+void write_elements(block_writer& out, const std::vector<dense2D<unsigned>>& matrices,
+                    const dense1D<unsigned>& kinds)
+{
+    size_t cells = 0;
+    size_t entries = 0;
+    for (size_t i = 0; i < matrices.size(); ++i) {
+        const size_t per_element = cells_per_element(cell_kinds[kinds[i]], matrices[i].rows);
+        cells += per_element * matrices[i].cols;
+        entries += (matrices[i].rows + per_element) * matrices[i].cols;
+    }
+    write_cells_heading(out, cells, entries);
+    for (size_t i = 0; i < matrices.size(); ++i)
+        write_cells(out, matrices[i], cell_kinds[kinds[i]]);
+    out.text("\nCELL_TYPES ").integer(int(cells)).character('\n');
+    for (size_t i = 0; i < matrices.size(); ++i)
+        write_cell_types(out, matrices[i], cell_kinds[kinds[i]]);
 }
 
 } // namespace
@@ -95,12 +182,10 @@ void write_cell_types(block_writer& out, const dense1D<unsigned>& cell_types)
 int vtk_convert(const dense2D<unsigned>& connectM, element_type type, unsigned& ncells,
                 dense1D<unsigned>& cells, dense1D<unsigned>& cell_types)
 {
-    if (!check_matrix(connectM, type, NO_NODE)) return -1;                              // connectM
-    if (type < ET_BAR2 || type > ET_HEXA27 || cell_kinds[type].corners == 0) return -2; // type
-    const cell_kind& kind = cell_kinds[type];
-    if (connectM.rows < kind.corners) return -1; // connectM
+    if (const int code = check_cells(connectM, type)) return code;
 
-    const size_t per_element = connectM.rows == kind.corners ? 1 : 2;
+    const cell_kind& kind = cell_kinds[type];
+    const size_t per_element = cells_per_element(kind, connectM.rows);
     const size_t new_cells = per_element * connectM.cols;
     const size_t new_entries = (connectM.rows + per_element) * connectM.cols;
     const size_t old_cells = cell_types.size;
@@ -139,15 +224,16 @@ int vtk_output(const char* file, const dense2D<double>& pos, const dense2D<unsig
     if (!check_range(first, last, types, unsigned(pos.cols))) return -3; // first
 
     std::vector<dense2D<unsigned>> matrices;
-    dense1D<unsigned> kinds, origins, cells, cell_types;
-    unsigned ncells = 0;
+    dense1D<unsigned> kinds, origins;
     if (split_connectivities(first, last, types, matrices, kinds, origins) != 0)
         return out_of_memory;
     for (size_t i = 0; i < matrices.size(); ++i)
-        if (const int code =
-                vtk_convert(matrices[i], element_type(kinds[i]), ncells, cells, cell_types))
-            return code;
-    return vtk_output(stream.get(), pos, ncells, cells, cell_types);
+        if (const int code = check_cells(matrices[i], int(kinds[i]))) return code;
+
+    block_writer out(stream.get());
+    write_nodes(out, pos);
+    write_elements(out, matrices, kinds);
+    return 0;
 }
 
 int vtk_output(const char* file, const dense2D<double>& pos, const dense2D<unsigned>& connectM,
