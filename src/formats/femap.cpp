@@ -74,27 +74,69 @@ void write_nodes(block_writer& out, const dense2D<double>& pos)
     write_heading(out, "*********** NODES ***************\n", "403\n");
     for (size_t j = 0; j < pos.cols && out.ok(); ++j) {
         const double* x = column(pos, j);
-        out.integer(j).text(",0,0,1,0,0,0,0,0,0,0,");
-        for (size_t d = 0; d < 3; ++d) out.general(x[d]).character(',');
-        out.text("0,\n");
+        out.print([=](char* to) {
+            to = print_text(print_integer(to, j), ",0,0,1,0,0,0,0,0,0,0,");
+            for (size_t d = 0; d < 3; ++d) to = print_character(print_general(to, x[d]), ',');
+            return print_text(to, "0,\n");
+        });
     }
     out.text("-1\n");
 }
 
-void write_element(block_writer& out, size_t e, const unsigned* node, unsigned group,
-                   const femap_topology& topology)
+// What follows the first line of an element whose slots are all 0.
+constexpr std::string_view empty_record =
+    "0,0,0,0,0,0,0,0,0,0,\n0,0,0,0,0,0,0,0,0,0,\n"
+    "0.,0.,0.,0,0,0,0,0,0,\n0.,0.,0.,\n0.,0.,0.,\n0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,\n";
+
+constexpr size_t place_in_record(size_t slot)
 {
-    out.integer(e).character(',').integer(group).text(",0,32,");
-    out.integer(topology.code).text(",1,0,0,0,0,0,0,0,\n");
-    std::array<unsigned, femap_slots> slots{};
-    for (unsigned k = 0; k < element_type_nodes[topology.type]; ++k)
-        slots[topology.slot[k]] = node[k];
-    for (unsigned k = 0; k < femap_slots; ++k) {
-        out.integer(slots[k]).character(',');
-        if (k % 10 == 9) out.character('\n');
-    }
-    out.text("0.,0.,0.,0,0,0,0,0,0,\n0.,0.,0.,\n0.,0.,0.,\n0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,\n");
+    return 2 * slot + slot / 10;
 }
+
+// The record of a type: its nodes in the order of their slots, and between them what is always the same.
+class femap_record {
+public:
+    explicit femap_record(const femap_topology& topology) : nodes(element_type_nodes[topology.type])
+    {
+        constexpr size_t no_row = femap_slots;
+        std::array<size_t, femap_slots> row_of;
+        row_of.fill(no_row);
+        for (size_t k = 0; k < nodes; ++k) row_of[topology.slot[k]] = k;
+
+        size_t begin = 0;
+        size_t n = 0;
+        for (size_t slot = 0; slot < femap_slots; ++slot) {
+            if (row_of[slot] == no_row) continue;
+            const size_t place = place_in_record(slot);
+            pieces[n++] = {empty_record.substr(begin, place - begin), row_of[slot]};
+            begin = place + 1;
+        }
+        rest = empty_record.substr(begin);
+        char* const end = print_integer(print_text(head.data(), ",0,32,"), topology.code);
+        head_size = size_t(print_text(end, ",1,0,0,0,0,0,0,0,\n") - head.data());
+    }
+
+    char* print(char* to, size_t e, unsigned group, const unsigned* node) const
+    {
+        to = print_character(print_integer(to, e), ',');
+        to = print_text(print_integer(to, group), {head.data(), head_size});
+        for (size_t k = 0; k < nodes; ++k)
+            to = print_integer(print_text(to, pieces[k].before), node[pieces[k].row]);
+        return print_text(to, rest);
+    }
+
+private:
+    struct piece {
+        std::string_view before;
+        size_t row;
+    };
+
+    size_t nodes;
+    std::array<piece, femap_slots> pieces;
+    std::string_view rest;
+    std::array<char, 2 * print_integer_room> head;
+    size_t head_size;
+};
 
 void write_elements(block_writer& out, const dense2D<unsigned>& connectM,
                     const dense1D<unsigned>& offsets, const dense1D<int>& types,
@@ -108,9 +150,11 @@ void write_elements(block_writer& out, const dense2D<unsigned>& connectM,
             resolve_type(element_type(types[g]), column(connectM, columns.first), connectM.rows);
         const femap_topology* topology = find_femap_topology(type);
         if (topology == nullptr) continue;
+        const femap_record record(*topology);
         for (size_t k = 0; k < columns.size && out.ok(); ++k) {
             const size_t e = columns.first + k;
-            write_element(out, e, column(connectM, e), groups[e], *topology);
+            out.print(
+                [&, e](char* to) { return record.print(to, e, groups[e], column(connectM, e)); });
         }
     }
     out.text("-1\n");

@@ -27,11 +27,24 @@ void write_values(block_writer& out, std::string_view keyword, const dense2D<dou
     if (m.empty()) return;
     for (size_t j = 0; j < m.cols && out.ok(); ++j) {
         const double* value = column(m, j);
-        out.text(keyword);
-        for (size_t k = 0; k < values; ++k)
-            out.scientific(k < m.rows ? value[k] : 0.0, 8).character(' ');
-        out.character('\n');
+        out.print([=, rows = m.rows](char* to) {
+            to = print_text(to, keyword);
+            for (size_t k = 0; k < values; ++k)
+                to = print_character(print_scientific<8>(to, k < rows ? value[k] : 0.0), ' ');
+            return print_character(to, '\n');
+        });
     }
+}
+
+char* print_corner(char* to, unsigned number, bool texture, bool normal)
+{
+    char* const first = to;
+    to = print_integer(to, number);
+    const std::string_view digits(first, size_t(to - first));
+    to = print_character(to, '/');
+    if (texture) to = print_text(to, digits);
+    to = print_character(to, '/');
+    return normal ? print_text(to, digits) : to;
 }
 
 // The blank comes behind the last corner only: corners run together, and are not to be told apart.
@@ -40,15 +53,11 @@ void write_faces(block_writer& out, const dense2D<unsigned>& faces, bool texture
     if (faces.empty()) return;
     for (size_t e = 0; e < faces.cols && out.ok(); ++e) {
         const unsigned* node = column(faces, e);
-        out.text(" f ");
-        for (size_t k = 0; k < faces.rows; ++k) {
-            const unsigned number = node[k] + 1;
-            out.integer(number).character('/');
-            if (textures) out.integer(number);
-            out.character('/');
-            if (normals) out.integer(number);
-        }
-        out.text(" \n");
+        out.print([=, rows = faces.rows](char* to) {
+            to = print_text(to, " f ");
+            for (size_t k = 0; k < rows; ++k) to = print_corner(to, node[k] + 1, textures, normals);
+            return print_text(to, " \n");
+        });
     }
 }
 
