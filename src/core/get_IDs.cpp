@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include <kz3/lattiq/core.h>
 
 #include "core/id_set.h"
+#include "core/prefetch.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -62,33 +64,81 @@ std::uint64_t column_key(const unsigned* node, size_t rows)
     return key ^ key >> 32;
 }
 
-// The columns of a matrix by their key, those of one key in rising order.
-class column_chains {
+// The columns of a matrix in runs by their smallest node, which neighbouring columns tend to share. A
+// run is in rising order; a long one is so by key, with those of one key in rising order.
+class column_index {
 public:
-    explicit column_chains(const dense2D<unsigned>& m)
-        : heads_(std::bit_ceil(m.cols), NO_NODE), keys_(m.cols), next_(m.cols)
+    explicit column_index(const dense2D<unsigned>& m)
+        : bound_(m.empty() ? 0 : id_bound(m, m.cols)),
+          dense_(bound_ / 4 <= m.cols),
+          starts_((dense_ ? bound_ + 1 : std::bit_ceil(std::max<size_t>(m.cols, 2))) + 1, 0),
+          entries_(m.cols)
     {
-        for (size_t c = m.cols; c-- > 0;) {
-            keys_[c] = column_key(column(m, c), m.rows);
-            unsigned& head = heads_[keys_[c] & (heads_.size() - 1)];
-            next_[c] = head;
-            head = unsigned(c);
+        for (size_t c = 0; c < m.cols; ++c) ++starts_[run_of(column(m, c), m.rows)];
+        unsigned sum = 0;
+        for (unsigned& start : starts_) sum += std::exchange(start, sum);
+        for (size_t c = 0; c < m.cols; ++c) {
+            const unsigned* node = column(m, c);
+            entries_[starts_[run_of(node, m.rows)]++] = {column_key(node, m.rows), unsigned(c)};
         }
+        // Each start has moved on to that of the next run.
+        std::rotate(starts_.begin(), starts_.end() - 1, starts_.end());
+        starts_.front() = 0;
+        for (size_t run = 0; run + 1 < starts_.size(); ++run)
+            if (starts_[run + 1] - starts_[run] > short_run)
+                std::sort(entries_.begin() + starts_[run], entries_.begin() + starts_[run + 1]);
     }
 
     // The first column with this key that is accepted, or NO_NODE.
     template <typename Accept>
-    unsigned find(std::uint64_t key, Accept accept) const
+    unsigned find(const unsigned* node, size_t rows, Accept accept) const
     {
-        unsigned c = heads_[key & (heads_.size() - 1)];
-        while (c != NO_NODE && !(keys_[c] == key && accept(c))) c = next_[c];
-        return c;
+        const size_t run = run_of(node, rows);
+        const entry* at = entries_.data() + starts_[run];
+        const entry* const last = entries_.data() + starts_[run + 1];
+        const entry wanted{column_key(node, rows), 0};
+        if (last - at > short_run) {
+            at = std::lower_bound(at, last, wanted);
+            for (; at != last && at->key == wanted.key; ++at)
+                if (accept(at->column)) return at->column;
+            return NO_NODE;
+        }
+        for (; at != last; ++at)
+            if (at->key == wanted.key && accept(at->column)) return at->column;
+        return NO_NODE;
+    }
+
+    // Asks ahead for the run of a column.
+    void prefetch_run(const unsigned* node, size_t rows) const
+    {
+        prefetch(entries_.data() + starts_[run_of(node, rows)]);
     }
 
 private:
-    std::vector<unsigned> heads_;
-    std::vector<std::uint64_t> keys_;
-    std::vector<unsigned> next_;
+    static constexpr unsigned short_run = 24;
+
+    struct entry {
+        std::uint64_t key;
+        unsigned column;
+        bool operator<(const entry& other) const
+        {
+            return key != other.key ? key < other.key : column < other.column;
+        }
+    };
+
+    // Columns of holes alone, and of IDs beyond the matrix, share the last run.
+    size_t run_of(const unsigned* node, size_t rows) const
+    {
+        unsigned least = NO_NODE;
+        for (size_t k = 0; k < rows; ++k) least = std::min(least, node[k]);
+        if (dense_) return std::min<size_t>(least, bound_);
+        return spread_id(least) >> (64 - std::countr_zero(starts_.size() - 1));
+    }
+
+    size_t bound_;
+    bool dense_;
+    std::vector<unsigned> starts_; // of each run, and the end
+    std::vector<entry> entries_;
 };
 
 // Copies a cycle of nodes so that the first of its largest comes first.
@@ -128,19 +178,19 @@ int get_IDs(const dense2D<unsigned>& first, const dense2D<unsigned>& second,
     first_to_second.resize(first.cols, NO_NODE);
 
     const size_t rows = first.rows;
-    const column_chains chains(first);
+    constexpr size_t ahead = 8;
+    const column_index columns(first);
     std::vector<unsigned> a(rows);
     std::vector<unsigned> b(rows);
     std::vector<unsigned> reversed(rows);
     for (size_t k = 0; k < second.cols; ++k) {
         const unsigned* node = column(second, k);
-        if (ordered)
-            std::copy_n(node, rows, b.begin());
-        else
-            copy_cycle(node, node + rows, b);
-        const unsigned c = chains.find(column_key(node, rows), [&](unsigned candidate) {
+        if (k + ahead < second.cols) columns.prefetch_run(column(second, k + ahead), rows);
+        if (!ordered) copy_cycle(node, node + rows, b);
+        const unsigned c = columns.find(node, rows, [&](unsigned candidate) {
             const unsigned* other = column(first, candidate);
-            if (ordered) return std::equal(b.begin(), b.end(), other);
+            if (std::equal(node, node + rows, other)) return true;
+            if (ordered) return false;
             copy_cycle(other, other + rows, a);
             if (a == b) return true;
             copy_cycle(a.rbegin(), a.rend(), reversed);

@@ -195,7 +195,7 @@ TEST(GetIDs, AgreesWithAComparisonOfAllColumns)
 {
     auto random = [engine = std::mt19937(77)]() mutable { return unsigned(engine()); };
     for (const size_t rows : {1, 2, 3, 4, 8})
-        for (const unsigned limit : {2u, 4u, 40u}) {
+        for (const unsigned limit : {2u, 4u, 40u, 4'000'000'000u}) {
             dense2D<unsigned> first(rows, 60);
             dense2D<unsigned> second(rows, 70);
             for (size_t e = 0; e < 60; ++e)
@@ -216,6 +216,26 @@ TEST(GetIDs, AgreesWithAComparisonOfAllColumns)
                 expect_maps(first, second, a, b, ordered);
             }
         }
+}
+
+TEST(GetIDs, AgreesWithAComparisonOfAllColumnsOnAFan)
+{
+    // All share their smallest node, and every other column stands twice.
+    for (const unsigned shift : {0u, 4'000'000'000u}) {
+        dense2D<unsigned> fan(3, 400);
+        for (unsigned e = 0; e < 400; ++e) {
+            const unsigned i = e % 200 < 100 ? e % 200 : e;
+            fan(0, e) = shift;
+            fan(1, e) = shift + i + 1;
+            fan(2, e) = shift + i + 2;
+        }
+        for (const bool ordered : {false, true}) {
+            list a;
+            list b;
+            plain::get_IDs(fan, fan, a, b, ordered);
+            expect_maps(fan, fan, a, b, ordered);
+        }
+    }
 }
 
 TEST(GetIDs, LeavesAnOutputEmptyThatCouldNotBeSized)

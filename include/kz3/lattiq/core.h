@@ -155,7 +155,8 @@ KZ3_LATTIQ_API int get_IDs(const dense1D<unsigned>& first, const dense1D<unsigne
 ///                       such columns may fail to match.)
 /// @return 0, or
 ///         -2  first and second differ in rows; both outputs are empty
-/// Expected O(rows * cols of both) and the elements compared in columns of the same nodes.
+/// Expected O(rows * cols of both) and the elements compared in columns of the same nodes; columns that
+/// share their smallest node with n others are found in O(log n).
 KZ3_LATTIQ_API int get_IDs(const dense2D<unsigned>& first, const dense2D<unsigned>& second,
                            dense1D<unsigned>& second_to_first, dense1D<unsigned>& first_to_second,
                            bool ordered);
