@@ -7,11 +7,17 @@
 namespace kz3::lattiq::detail {
 
 template <unsigned Dim>
-double distance(const double* p, const double* q)
+double squared_distance(const double* p, const double* q)
 {
     double sum = 0;
     for (unsigned d = 0; d < Dim; ++d) sum += (p[d] - q[d]) * (p[d] - q[d]);
-    return std::sqrt(sum);
+    return sum;
+}
+
+template <unsigned Dim>
+double distance(const double* p, const double* q)
+{
+    return std::sqrt(squared_distance<Dim>(p, q));
 }
 
 /// The closed box within which a node looks for others.

@@ -37,8 +37,8 @@ namespace kz3::lattiq {
 /// have no room for is left unmerged. A list that finds none throws std::bad_alloc; id_map is then
 /// unspecified.
 ///
-/// Equal lists cost time linear in the nodes where few lie within tol of each other, different ones a
-/// search in a k-d tree for each node scanned; n pairs cost n log n.
+/// Linear in the nodes where few lie within tol of each other; n pairs cost n log n, except that k
+/// nodes all within tol of each other cost k squared at most.
 KZ3_LATTIQ_API int merge(const dense2D<double>& pos, const dense1D<unsigned>& indices1,
                          const dense1D<unsigned>& indices2, dense1D<unsigned>& id_map, double tol);
 /// The same with indices as both lists: of two nodes at one place the one listed first stays.
