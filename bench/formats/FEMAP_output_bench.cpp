@@ -44,5 +44,5 @@ LATTIQ_BENCHMARKS(FEMAP_output)
     const auto plain = [](const bench::mesh& m) {
         return [&m](const std::string& file) { return write_by_stdio(file, m); };
     };
-    bench::add_writers("FEMAP_output", "tetra", ours, plain);
+    bench::add_beside_stdio("FEMAP_output", "tetra", ours, plain);
 }

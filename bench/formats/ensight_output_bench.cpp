@@ -35,5 +35,5 @@ LATTIQ_BENCHMARKS(ensight_output)
     const auto plain = [](const bench::mesh& m) {
         return [&m](const std::string& file) { return write_by_stdio(file, m); };
     };
-    bench::add_writers("ensight_output", "tetra", ours, plain);
+    bench::add_beside_stdio("ensight_output", "tetra", ours, plain);
 }

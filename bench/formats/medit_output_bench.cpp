@@ -37,5 +37,5 @@ LATTIQ_BENCHMARKS(medit_output)
     const auto plain = [](const bench::mesh& m) {
         return [&m](const std::string& file) { return write_by_stdio(file, m); };
     };
-    bench::add_writers("medit_output", "tetra", ours, plain);
+    bench::add_beside_stdio("medit_output", "tetra", ours, plain);
 }

@@ -21,16 +21,17 @@ int write_by_vtk(vtkUnstructuredGrid* grid, const std::string& file)
 
 LATTIQ_BENCHMARKS(vtk_output)
 {
-    bench::add_on_meshes("vtk_output", "tetra", [](const bench::mesh& m) {
-        return [&m, file = bench::file_of("lattiq", m)] {
+    bench::add_writers("vtk_output", "tetra", "lattiq", [](const bench::mesh& m) {
+        return [&m](const std::string& file) {
             return vtk_output(file.c_str(), m.pos, m.connectM, m.type);
         };
     });
-    bench::add_beside("vtk_output", "tetra", "vtk", [](const bench::mesh& m) {
-        return [grid = bench::vtk_grid(m), file = bench::file_of("vtk", m)] {
+    bench::add_writers("vtk_output", "tetra", "vtk", [](const bench::mesh& m) {
+        return [grid = bench::vtk_grid(m)](const std::string& file) {
             return write_by_vtk(grid, file);
         };
     });
-    bench::add_beside("vtk_output", "tetra", "vtk_conversion",
-                      [](const bench::mesh& m) { return [&m] { return bench::vtk_grid(m); }; });
+    bench::add_writers("vtk_output", "tetra", "vtk_conversion", [](const bench::mesh& m) {
+        return [&m](const std::string&) { return bench::vtk_grid(m); };
+    });
 }

@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <array>
+#include <cassert>
+#include <cstring>
 #include <string_view>
 
 #include <kz3/lattiq/core.h>
@@ -93,7 +95,9 @@ constexpr size_t place_in_record(size_t slot)
     return 2 * slot + slot / 10;
 }
 
-// The record of a type: its nodes in the order of their slots, and between them what is always the same.
+// The records of a type: its nodes in the order of their slots, and the texts between them, which are
+// always the same. Those are copied with a fixed size, by a few moves, and printed over from where they
+// end.
 class femap_record {
 public:
     explicit femap_record(const femap_topology& topology) : nodes(element_type_nodes[topology.type])
@@ -103,39 +107,53 @@ public:
         row_of.fill(no_row);
         for (size_t k = 0; k < nodes; ++k) row_of[topology.slot[k]] = k;
 
-        size_t begin = 0;
+        char* const code = print_text(text.data(), ",0,32,");
+        char* const slots = print_text(print_integer(code, topology.code), ",1,0,0,0,0,0,0,0,\n");
+        const char* const end = print_text(slots, empty_record);
+        const char* begin = text.data();
         size_t n = 0;
         for (size_t slot = 0; slot < femap_slots; ++slot) {
             if (row_of[slot] == no_row) continue;
-            const size_t place = place_in_record(slot);
-            pieces[n++] = {empty_record.substr(begin, place - begin), row_of[slot]};
+            const char* const place = slots + place_in_record(slot);
+            assert(place - begin <= between);
+            pieces[n++] = {size_t(begin - text.data()), size_t(place - begin), row_of[slot]};
             begin = place + 1;
         }
-        rest = empty_record.substr(begin);
-        char* const end = print_integer(print_text(head.data(), ",0,32,"), topology.code);
-        head_size = size_t(print_text(end, ",1,0,0,0,0,0,0,0,\n") - head.data());
+        assert(end - begin <= tail);
+        rest = {size_t(begin - text.data()), size_t(end - begin), no_row};
     }
 
     char* print(char* to, size_t e, unsigned group, const unsigned* node) const
     {
-        to = print_character(print_integer(to, e), ',');
-        to = print_text(print_integer(to, group), {head.data(), head_size});
+        to = print_integer(print_character(print_integer(to, e), ','), group);
         for (size_t k = 0; k < nodes; ++k)
-            to = print_integer(print_text(to, pieces[k].before), node[pieces[k].row]);
-        return print_text(to, rest);
+            to = print_integer(print_piece<between>(to, pieces[k]), node[pieces[k].row]);
+        return print_piece<tail>(to, rest);
     }
 
 private:
+    // A text, and the row of the node behind it.
     struct piece {
-        std::string_view before;
+        size_t begin;
+        size_t size;
         size_t row;
     };
 
+    template <int Most>
+    char* print_piece(char* to, const piece& p) const
+    {
+        std::memcpy(to, text.data() + p.begin, Most);
+        return to + p.size;
+    }
+
+    // The longest texts, ahead of a node and behind the last one.
+    static constexpr int between = 32;
+    static constexpr int tail = 128;
+
     size_t nodes;
+    std::array<char, 2 * between + tail + tail> text{};
     std::array<piece, femap_slots> pieces;
-    std::string_view rest;
-    std::array<char, 2 * print_integer_room> head;
-    size_t head_size;
+    piece rest;
 };
 
 void write_elements(block_writer& out, const dense2D<unsigned>& connectM,
