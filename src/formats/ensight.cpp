@@ -115,7 +115,7 @@ int ensight_output(const char* file, const dense2D<double>& pos, const dense2D<u
     if (size_t(last - first) != types.size) return -5;        // types
     if (!check_range(first, last, types, NO_NODE)) return -3; // first
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_nodes(out, pos);
     for (size_t i = 0; first + i != last; ++i) {
         if (first[i].empty() || part_kinds[types[i]].name == nullptr) continue;

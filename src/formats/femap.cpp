@@ -200,7 +200,7 @@ int FEMAP_output(const char* file, const dense2D<double>& pos, const dense2D<uns
     if (groups.size != connectM.cols) return -6;          // groups
     if (!check_runs(connectM, offsets, types)) return -3; // connectM
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_nodes(out, pos);
     write_elements(out, connectM, offsets, types, groups);
     return 0;

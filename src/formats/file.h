@@ -53,12 +53,20 @@ private:
 /// the block when the writer goes is still written; only flush() tells whether that worked. The
 /// block is part of the object: nothing is allocated, nothing thrown.
 ///
-///     block_writer to(out.get());
+///     block_writer to(out);
 ///     to.text("node ").integer(j, 8).scientific(x, 5, 12).text("\n");  // "node %8d%12.5e\n"
 ///     if (!to.flush() || !out.close()) return -1;
 class block_writer {
 public:
     explicit block_writer(std::FILE* to) : stream(to) {}
+
+    /// For a file that nothing was written to yet. Its stream stops buffering, as that would break each
+    /// block into a small and a large write.
+    explicit block_writer(const file& to) : stream(to.get())
+    {
+        std::setvbuf(stream, nullptr, _IONBF, 0);
+    }
+
     ~block_writer() { flush(); }
     block_writer(const block_writer&) = delete;
     block_writer& operator=(const block_writer&) = delete;
@@ -66,7 +74,7 @@ public:
     /// Whether no write has failed so far.
     bool ok() const { return !failed; }
 
-    /// Hands all to the stream, which may hold it back until it is flushed or closed itself.
+    /// Hands all to the stream, which may hold it back, if it buffers, until it is flushed or closed.
     ///
     /// @return ok()
     bool flush()

@@ -172,7 +172,7 @@ int medit_output(const char* file, const dense2D<double>& pos, const dense2D<uns
     const detail::file stream(file, "w");
     if (!stream) return -1; // file
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_nodes(out, pos);
     std::vector<dense2D<unsigned>> matrices;
     dense1D<unsigned> kinds, origins;
@@ -219,7 +219,7 @@ int medit_scalar(const char* file, unsigned dim, const dense1D<double>& values)
     const detail::file stream(file, "w");
     if (!stream) return -1; // file
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_header(out, dim, 1, values.size);
     write_values(out, values);
     return 0;
@@ -230,7 +230,7 @@ int medit_vector(const char* file, unsigned dim, const dense2D<double>& values)
     const detail::file stream(file, "w");
     if (!stream) return -1; // file
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_header(out, dim, values.rows, values.cols);
     write_columns(out, values);
     return 0;
@@ -242,7 +242,7 @@ int medit_tensor(const char* file, const dense2D<float>& values)
     if (!stream) return -1;                              // file
     if (values.rows != 3 && values.rows != 6) return -2; // values, with the file already emptied
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_header(out, values.rows == 3 ? 2 : 3, values.rows, values.cols);
     write_columns(out, values);
     return 0;

@@ -230,7 +230,7 @@ int vtk_output(const char* file, const dense2D<double>& pos, const dense2D<unsig
     for (size_t i = 0; i < matrices.size(); ++i)
         if (const int code = check_cells(matrices[i], int(kinds[i]))) return code;
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_nodes(out, pos);
     write_elements(out, matrices, kinds);
     return 0;

@@ -257,7 +257,7 @@ int WavefrontOBJ_output(const char* file, const dense2D<double>& pos,
     if (!check_IDs(triangles, ET_TRIA3, NO_NODE)) return -5; // triangles
     if (!check_IDs(quads, ET_QUAD4, NO_NODE)) return -6;     // quads
 
-    block_writer out(stream.get());
+    block_writer out(stream);
     write_values(out, " v ", pos, 3);
     write_values(out, " vt ", textures, 2);
     write_values(out, " vn ", normals, 3);
