@@ -2,9 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <memory>
+#include <new>
 
 #include "core/column.h"
+#include "core/prefetch.h"
+#include "search/cell_index.h"
+#include "search/kd_layout.h"
 #include "search/pending_stack.h"
 
 namespace kz3::lattiq::detail {
@@ -12,6 +18,7 @@ namespace {
 
 constexpr unsigned rows_of_entry = 3;
 constexpr double farthest = std::numeric_limits<double>::max();
+constexpr std::size_t least_load = 32; // a shorter list is as fast one by one
 
 // Which of two nodes is nearer may hang on the last bit, so the order of the sums is fixed.
 template <unsigned Dim>
@@ -60,6 +67,7 @@ bool node_kd_tree<Dim>::copy(const node_kd_tree& other)
     coords = other.coords;
     const bool copied = entries.copy(other.entries);
     entries_data = column(entries, 0);
+    index_ = copied ? other.index_ : nullptr;
     return copied;
 }
 
@@ -67,6 +75,7 @@ template <unsigned Dim>
 int node_kd_tree<Dim>::insert_node(unsigned node)
 {
     if (coords == nullptr || node >= coords->cols) return 0;
+    index_.reset();
     const double* p = column(*coords, node);
     const unsigned slot = append_entry(node);
     if (slot == 0) return 1;
@@ -100,12 +109,102 @@ unsigned node_kd_tree<Dim>::append_entry(unsigned node)
 }
 
 template <unsigned Dim>
+std::uint32_t node_kd_tree<Dim>::insert_nodes(std::span<const unsigned> nodes)
+{
+    if (coords != nullptr && size() == 0 && nodes.size() >= least_load)
+        if (const std::uint32_t loaded = load(nodes)) return loaded;
+    std::uint32_t stored = 0;
+    for (const unsigned node : nodes) stored += std::uint32_t(insert_node(node));
+    return stored;
+}
+
+// Stores nothing where memory is exhausted, and returns 0.
+template <unsigned Dim>
+std::uint32_t node_kd_tree<Dim>::load(std::span<const unsigned> nodes)
+{
+    using placed = placed_node<Dim>;
+    const std::unique_ptr<placed[]> list(new (std::nothrow) placed[nodes.size()]);
+    const std::unique_ptr<placed[]> spare(new (std::nothrow) placed[nodes.size()]);
+    if (!list || !spare) return 0;
+    unsigned n = 0;
+    for (std::size_t k = 0; k < nodes.size(); ++k) {
+        constexpr std::size_t ahead = 16;
+        if (k + ahead < nodes.size()) prefetch(column(*coords, nodes[k + ahead]));
+        if (nodes[k] >= coords->cols) continue;
+        std::copy_n(column(*coords, nodes[k]), Dim, list[n].p);
+        list[n++].node = nodes[k];
+    }
+    if (n == 0 || !reserve(n) || !entries.resize(rows_of_entry, n)) return 0;
+    entries_data = column(entries, 0);
+    try {
+        lay_out_tree<Dim>(list.get(), n, spare.get(), entries_data);
+    } catch (const std::bad_alloc&) {
+        entries.clear();
+        return 0;
+    }
+    index_ = cell_index<Dim>::make(list.get(), n);
+    return n;
+}
+
+template <unsigned Dim>
 unsigned node_kd_tree<Dim>::closest_node(const point& q, node_filter filter) const
 {
     if (coords == nullptr || size() == 0) return NO_NODE;
-    const nearest best = descend(q, filter);
+    const hint known = look_up(q, filter);
+    if (known.decided) return known.best.node;
+    nearest best = descend(q, filter);
     if (!(best.radius > 0.0)) return best.node; // an exact hit, or not a number
+    best.radius = std::min(best.radius, known.best.radius);
     return search_around(q, filter, best);
+}
+
+// The walk of descend and search_around is what defines the answer. What it compares is rounded: in
+// a state of radius r, it may pass over a node at a distance that is less than r by no more than
+// 4 * 2^-53 * (q + r), q being the largest coordinate of the point; and distances are off by as
+// much. A blur is more than eight times that. So in every state whose radius exceeds the
+// distance of a node by half a blur, the walk comes to that node, if it did not before, and takes it.
+//
+// Take the least distance, and let all nodes lie within a blur above it or beyond two, which leaves
+// a gap between the near ones and the far ones.
+// - If only one is near, the walk takes it: whatever it took before is far.
+// - If several are, the walk may start with any radius from within the gap, or with what descend took
+//   if that is near. Until it takes the first of the near ones its radius is at least that, with
+//   either start, so that both come to the same one first, and go on alike from there.
+// Nodes that do not leave a gap, or are too close to the point for squares not to underflow, are
+// left to the whole walk.
+template <unsigned Dim>
+auto node_kd_tree<Dim>::look_up(const point& q, node_filter filter) const -> hint
+{
+    const hint nothing{false, {NO_NODE, farthest}};
+    typename cell_index<Dim>::nearest_candidates near;
+    if (!index_ || !index_->find_nearest(q, filter.rejected, near)) return nothing;
+    if (near.count == 1) return {true, {near.list[0].node, 0}};
+
+    double largest = 0;
+    for (unsigned d = 0; d < Dim; ++d) largest = std::max(largest, std::abs(q[d]));
+    double squares[near.room];
+    double least = farthest;
+    for (unsigned k = 0; k < near.count; ++k) {
+        squares[k] = squared_distance<Dim>(column(*coords, near.list[k].node), q);
+        least = std::min(least, squares[k]);
+    }
+    if (!(least > 0x1p-900)) return nothing; // too small to reckon with, or an exact hit
+    const double distance = std::sqrt(least);
+    const double blur = 0x1p-48 * (largest + distance);
+    const auto within = [&](unsigned k, double blurs) {
+        const double radius = distance + blurs * blur;
+        return squares[k] <= radius * radius;
+    };
+    unsigned node = NO_NODE;
+    bool tie = false;
+    for (unsigned k = 0; k < near.count; ++k) {
+        if (!within(k, 2)) continue;
+        if (!within(k, 1)) return nothing;
+        tie = tie || (node != NO_NODE && node != near.list[k].node);
+        node = near.list[k].node;
+    }
+    if (!tie) return {true, {node, 0}};
+    return {false, {NO_NODE, distance + 1.5 * blur}};
 }
 
 // The way insertion went, to have a small radius before the search around the point starts.
@@ -166,6 +265,31 @@ unsigned node_kd_tree<Dim>::search_around(const point& q, node_filter filter, ne
 
 template <unsigned Dim>
 void node_kd_tree<Dim>::nodes_in_box(const point& lo, const point& hi, dense1D<unsigned>& out) const
+{
+    if (!look_up_box(lo, hi, out)) walk_box(lo, hi, out);
+}
+
+// The entries of a tree loaded at once stand in the order entry, left subtree, right subtree, which
+// is the order of the results from the last to the first.
+template <unsigned Dim>
+bool node_kd_tree<Dim>::look_up_box(const point& lo, const point& hi, dense1D<unsigned>& out) const
+{
+    typename cell_index<Dim>::box_candidates found;
+    if (!index_ || !index_->find_in_box(lo, hi, found)) return false;
+    std::uint64_t keys[found.room];
+    std::size_t n = 0;
+    for (unsigned k = 0; k < found.count; ++k) {
+        const auto& one = found.list[k];
+        if (one.certain || is_inside<Dim>(column(*coords, one.node), lo, hi))
+            keys[n++] = std::uint64_t(one.entry) << 32 | one.node;
+    }
+    std::sort(keys, keys + n);
+    while (n-- > 0) out.push_back(unsigned(keys[n]));
+    return true;
+}
+
+template <unsigned Dim>
+void node_kd_tree<Dim>::walk_box(const point& lo, const point& hi, dense1D<unsigned>& out) const
 {
     // A left subtree to visit on an axis, or, with axis Dim, a node to append.
     struct step {

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
 
 #include <kz3/dense1D.h>
 #include <kz3/dense2D.h>
@@ -8,6 +11,9 @@
 #include <kz3/lattiq/element_type.h>
 
 namespace kz3::lattiq::detail {
+
+template <unsigned Dim>
+class cell_index;
 
 /// Which nodes a nearest query may return: all of them, or all but one.
 struct node_filter {
@@ -66,6 +72,14 @@ public:
     /// next entry stored takes its place.
     int insert_node(unsigned node);
 
+    /// Stores the nodes of a list one after the other. Returns how many; the others are no columns.
+    ///
+    /// Into an empty tree a longer list is loaded at once, into the very tree that one node after the
+    /// other would make, with entries numbered otherwise and an index beside, which
+    /// makes queries faster and takes about 21 bytes per entry (17 in 2-D). The next node stored
+    /// drops the index. What memory is exhausted for is done without.
+    std::uint32_t insert_nodes(std::span<const unsigned> nodes);
+
     /// The node nearest to q of those the filter accepts, or NO_NODE.
     ///
     /// Of equidistant nodes the one that a plain descent towards q meets first wins; among those off
@@ -90,9 +104,22 @@ private:
         return {words[0], words[1], words[2]};
     }
 
+    // What the index knows of the nearest node: it, or a radius that will do to find it.
+    struct hint {
+        bool decided;
+        nearest best;
+    };
+
     unsigned append_entry(unsigned node);
+    std::uint32_t load(std::span<const unsigned> nodes);
+    hint look_up(const point& q, node_filter filter) const;
+    bool look_up_box(const point& lo, const point& hi, dense1D<unsigned>& out) const;
+    void walk_box(const point& lo, const point& hi, dense1D<unsigned>& out) const;
     nearest descend(const point& q, node_filter filter) const;
     unsigned search_around(const point& q, node_filter filter, nearest best) const;
+
+    // Shared between copies of a tree, as it never changes. Null if there is none.
+    std::shared_ptr<const cell_index<Dim>> index_;
 };
 
 using node_kd_tree2 = node_kd_tree<2>;

@@ -14,11 +14,9 @@ namespace {
 using namespace detail;
 
 template <unsigned Dim>
-std::uint32_t insert_each(node_kd_tree<Dim>& tree, const dense1D<unsigned>& indices)
+std::uint32_t insert_all(node_kd_tree<Dim>& tree, const dense1D<unsigned>& indices)
 {
-    std::uint32_t stored = 0;
-    for (const unsigned node : indices) stored += std::uint32_t(tree.insert_node(node));
-    return stored;
+    return tree.insert_nodes({indices.begin(), indices.size});
 }
 
 template <unsigned Dim>
@@ -153,8 +151,8 @@ std::uint32_t node_detector::insert(const dense1D<unsigned>& indices)
     if (!shuffled.copy(indices)) return 0;
     mersenne_generator generator;
     shuffle_indices(shuffled.begin(), shuffled.end(), generator);
-    if (tree2) return insert_each(*tree2, shuffled);
-    return tree3 ? insert_each(*tree3, shuffled) : 0;
+    if (tree2) return insert_all(*tree2, shuffled);
+    return tree3 ? insert_all(*tree3, shuffled) : 0;
 }
 
 std::uint32_t node_detector::insert(const dense2D<unsigned>& connectM)
