@@ -13,20 +13,25 @@ inline constexpr size_t small_size = 100'000;
 inline constexpr size_t usual_size = 1'000'000;
 inline constexpr size_t large_size = 10'000'000;
 
-/// Registers an operation of lattiq on meshes of a kind, at all sizes. `prepare(mesh)` runs once and
-/// returns the call to be timed.
+/// Registers an operation of a peer, or its conversion, on meshes of a kind, in both numberings.
+/// `prepare(mesh)` runs once and returns the call to be timed.
+template <typename Prepare>
+void add_peer_on_meshes(const std::string& operation, const std::string& kind,
+                        const std::string& who, Prepare prepare)
+{
+    for (const size_t n : {small_size, usual_size})
+        for (const numbering order : {numbering::natural, numbering::shuffled})
+            add(operation, input_name(kind, order), mesh_size(kind, n), who,
+                [=] { return prepare(mesh_of(kind, n, order)); });
+}
+
+/// The same for lattiq, which shows the growth of its cost too.
 template <typename Prepare>
 void add_on_meshes(const std::string& operation, const std::string& kind, Prepare prepare)
 {
-    const auto add_one = [&](size_t n, numbering order) {
-        add(operation, input_name(kind, order), mesh_size(kind, n), "lattiq",
-            [=] { return prepare(mesh_of(kind, n, order)); });
-    };
-    for (const size_t n : {small_size, usual_size}) {
-        add_one(n, numbering::natural);
-        add_one(n, numbering::shuffled);
-    }
-    add_one(large_size, numbering::natural);
+    add_peer_on_meshes(operation, kind, "lattiq", prepare);
+    add(operation, kind, mesh_size(kind, large_size), "lattiq",
+        [=] { return prepare(mesh_of(kind, large_size)); });
 }
 
 } // namespace bench

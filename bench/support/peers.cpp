@@ -96,4 +96,20 @@ vtkSmartPointer<vtkPolyData> vtk_surface(const mesh& from)
     return surface;
 }
 
+vtkSmartPointer<vtkUnstructuredGrid> fresh(vtkUnstructuredGrid* from)
+{
+    auto grid = vtkSmartPointer<vtkUnstructuredGrid>::New();
+    grid->SetPoints(from->GetPoints());
+    grid->SetCells(from->GetCellTypesArray(), from->GetCells());
+    return grid;
+}
+
+vtkSmartPointer<vtkPolyData> fresh(vtkPolyData* from)
+{
+    auto surface = vtkSmartPointer<vtkPolyData>::New();
+    surface->SetPoints(from->GetPoints());
+    surface->SetPolys(from->GetPolys());
+    return surface;
+}
+
 } // namespace bench

@@ -19,4 +19,8 @@ vtkSmartPointer<vtkUnstructuredGrid> vtk_grid(const mesh& from);
 /// Triangles and quadrangles only.
 vtkSmartPointer<vtkPolyData> vtk_surface(const mesh& from);
 
+/// The same points and cells in a new object, which has worked nothing out about them yet.
+vtkSmartPointer<vtkUnstructuredGrid> fresh(vtkUnstructuredGrid* from);
+vtkSmartPointer<vtkPolyData> fresh(vtkPolyData* from);
+
 } // namespace bench
