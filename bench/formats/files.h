@@ -41,6 +41,17 @@ inline void require_same(const std::string& one, const std::string& other)
         throw std::runtime_error(one + " and " + other + " differ");
 }
 
+/// Registers another program on the meshes that add_on_meshes runs lattiq on, but for the large one.
+template <typename Prepare>
+void add_beside(const std::string& operation, const std::string& kind, const std::string& who,
+                Prepare prepare)
+{
+    for (const size_t n : {small_size, usual_size})
+        for (const numbering order : {numbering::natural, numbering::shuffled})
+            add(operation, input_name(kind, order), mesh_size(kind, n), who,
+                [=] { return prepare(mesh_of(kind, n, order)); });
+}
+
 /// A scratch file of a program for meshes of this size.
 inline std::string file_of(const std::string& who, const mesh& m)
 {
