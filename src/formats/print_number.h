@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "formats/eight_digits.h"
+
 /// Numbers as the C runtime prints them in the "C" locale, for text output in bulk.
 ///
 /// Each function prints from `to` on and returns the end of what it printed. It may use up to
@@ -23,34 +25,6 @@ inline constexpr std::size_t print_integer_room = 24;
 inline constexpr std::array<double, 23> powers_of_ten = {
     1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-/// Eight zeros, as characters.
-inline constexpr std::uint64_t zeros = 0x3030303030303030;
-
-/// The eight digits of a number below 10^8, one to a byte, the first in the lowest.
-///
-/// Halves, quarters and single digits are split in all lanes at once. A multiplication by a slightly
-/// larger reciprocal takes the place of the division, which is exact for numbers this small.
-constexpr std::uint64_t eight_digits(std::uint32_t n)
-{
-    const std::uint64_t halves = n / 10000 | std::uint64_t(n % 10000) << 32;
-    const std::uint64_t hundreds = (halves * 10486 >> 20) & 0x0000007f0000007f;
-    const std::uint64_t pairs = hundreds | (halves - 100 * hundreds) << 16;
-    const std::uint64_t tens = (pairs * 103 >> 10) & 0x000f000f000f000f;
-    return tens | (pairs - 10 * tens) << 8;
-}
-
-/// Zeros ahead of the first other of eight digits, of which the last counts as one.
-constexpr unsigned leading_zeros(std::uint64_t digits)
-{
-    return unsigned(std::countr_zero(digits | std::uint64_t(1) << 56)) / 8;
-}
-
-/// Eight characters, the first in the lowest byte.
-inline void put(char* to, std::uint64_t characters)
-{
-    for (unsigned i = 0; i < 8; ++i) to[i] = char(characters >> 8 * i);
-}
 
 inline char* print_character(char* to, char c)
 {

@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "formats/c_locale.h"
+#include "formats/eight_digits.h"
 
 namespace kz3::lattiq::detail {
 
@@ -61,8 +62,13 @@ inline double text_to_double(std::string_view text)
 inline int text_to_int(std::string_view text)
 {
     text = skip_space(text);
-    const bool negative = !text.empty() && text.front() == '-';
-    if (negative || (!text.empty() && text.front() == '+')) text.remove_prefix(1);
+    std::uint32_t plain = 0;
+    const char* const end = text.data() + text.size();
+    const char* const next = pass_eight_digits(text.data(), end, plain);
+    if (next == end || (next != text.data() && !is_digit(*next))) return static_cast<int>(plain);
+
+    const bool negative = text.front() == '-';
+    if (negative || text.front() == '+') text.remove_prefix(1);
     const std::uint64_t most =
         std::uint64_t(std::numeric_limits<std::int64_t>::max()) + (negative ? 1 : 0);
     std::uint64_t magnitude = 0;

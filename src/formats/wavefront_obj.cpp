@@ -1,6 +1,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <string_view>
 #include <system_error>
@@ -63,15 +64,19 @@ void write_faces(block_writer& out, const dense2D<unsigned>& faces, bool texture
 
 // ---- reading ----
 
-// Passes the next word of a line; empty where there is none.
+std::string_view skip_word(std::string_view text)
+{
+    size_t n = 0;
+    while (n < text.size() && !is_space(text[n])) ++n;
+    return text.substr(n);
+}
+
+// Passes the first word of a line; empty where there is none.
 std::string_view take_word(std::string_view& line)
 {
-    line = skip_space(line);
-    size_t n = 0;
-    while (n < line.size() && !is_space(line[n])) ++n;
-    const std::string_view word = line.substr(0, n);
-    line.remove_prefix(n);
-    return word;
+    const std::string_view text = skip_space(line);
+    line = skip_word(text);
+    return text.substr(0, text.size() - line.size());
 }
 
 // The longest beginning of a text that a stream of the standard library takes for one double: a sign,
@@ -102,9 +107,8 @@ size_t double_length(std::string_view text)
 }
 
 // Passes a double as a stream does, so neither hexadecimal, "inf" and "nan" nor what is too large.
-bool take_double(std::string_view& text, double& value)
+bool take_any_double(std::string_view& text, double& value)
 {
-    text = skip_space(text);
     const std::string_view number = text.substr(0, double_length(text));
     if (number.empty()) return false;
     const char* first = number.data() + (number[0] == '-' || number[0] == '+');
@@ -121,10 +125,34 @@ bool take_double(std::string_view& text, double& value)
     return true;
 }
 
+// The same. Behind a number that the standard library takes, a stream could only take an exponent that
+// has no digits, or a second one; all other texts are left to the long way.
+bool take_double(std::string_view& text, double& value)
+{
+    text = skip_space(text);
+    const bool negative = !text.empty() && text[0] == '-';
+    const char* const first = text.data() + (negative ? 1 : 0);
+    const char* const last = text.data() + text.size();
+    if (first == last || !(is_digit(*first) || *first == '.')) return take_any_double(text, value);
+    const auto [next, error] = std::from_chars(first, last, value);
+    if (error != std::errc() || (next != last && (*next == 'e' || *next == 'E')))
+        return take_any_double(text, value);
+    if (negative) value = -value;
+    text.remove_prefix(size_t(next - text.data()));
+    return true;
+}
+
 // Passes an unsigned number as a stream does: a sign is taken, and of a negative one the value that
 // 2^32 more gives; out of range is no number.
 bool take_unsigned(std::string_view& text, unsigned& value)
 {
+    std::uint32_t plain = 0;
+    const char* const end = pass_eight_digits(text.data(), text.data() + text.size(), plain);
+    if (end != text.data() && (end == text.data() + text.size() || !is_digit(*end))) {
+        value = plain;
+        text.remove_prefix(size_t(end - text.data()));
+        return true;
+    }
     const bool negative = text[0] == '-';
     const char* first = text.data() + (negative || text[0] == '+');
     unsigned magnitude = 0;
@@ -140,20 +168,22 @@ struct face {
     std::array<size_t, 3> found{};   // number of its positions, textures and normals
 };
 
-// The indices of one corner; false where a number runs into something other than a slash. A text that
-// is no number ends the corner without fault.
-bool read_corner(std::string_view token, face& f)
+// The indices of the corner that a text begins with, of which it takes away what it has read; false
+// where a number runs into something other than a slash. What is no number ends the corner without
+// fault.
+bool read_corner(std::string_view& text, face& f)
 {
-    for (size_t list = 0; list < 3 && !token.empty(); ++list) {
-        if (token[0] != '/') {
+    const auto at_end = [&] { return text.empty() || is_space(text[0]); };
+    for (size_t list = 0; list < 3 && !at_end(); ++list) {
+        if (text[0] != '/') {
             unsigned index = 0;
-            if (!take_unsigned(token, index)) return true;
+            if (!take_unsigned(text, index)) return true;
             if (list == 0 && f.found[0] < f.nodes.size()) f.nodes[f.found[0]] = index;
             ++f.found[list];
-            if (token.empty()) return true;
-            if (token[0] != '/') return false;
+            if (at_end()) return true;
+            if (text[0] != '/') return false;
         }
-        token.remove_prefix(1);
+        text.remove_prefix(1);
     }
     return true;
 }
@@ -211,8 +241,8 @@ private:
     bool read_face(std::string_view text)
     {
         face f;
-        for (std::string_view token = take_word(text); !token.empty(); token = take_word(text))
-            if (!read_corner(token, f)) return false;
+        for (text = skip_space(text); !text.empty(); text = skip_space(skip_word(text)))
+            if (!read_corner(text, f)) return false;
         if (f.found[1] != 0 && !seen_texture) return false;
         if (f.found[2] != 0 && !seen_normal) return false;
         // With the end of the file met, a face is no longer stored, though a node is.
