@@ -35,19 +35,60 @@ inline bool equals_without_blanks(std::string_view line, std::string_view text)
     return matched == text.size();
 }
 
-/// The first N fields of a line. What no comma ends is no field, and a line of fewer ends the process.
-template <size_t N>
-std::array<std::string_view, N> first_fields(std::string_view line)
-{
-    std::array<std::string_view, N> fields;
-    for (std::string_view& field : fields) {
-        const size_t comma = line.find(',');
-        if (comma == std::string_view::npos) stop();
-        field = line.substr(0, comma);
-        line.remove_prefix(comma + 1);
+/// Takes the fields of a line one after the other. What no comma ends is no field, and asking for one
+/// that the line has not ends the process.
+class femap_fields {
+public:
+    explicit femap_fields(std::string_view line) : at(line.data()), last(at + line.size()) {}
+
+    std::string_view text()
+    {
+        const char* const first = at;
+        while (at != last && *at != ',') ++at;
+        if (at == last) stop();
+        ++at;
+        return {first, size_t(at - first) - 1};
     }
-    return fields;
-}
+
+    /// As atoi. Most are a single digit.
+    int whole()
+    {
+        if (last - at < 2 || at[1] != ',' || !is_digit(at[0])) return long_whole();
+        at += 2;
+        return at[-2] - '0';
+    }
+
+    /// As atof.
+    double real()
+    {
+        const bool negative = at != last && *at == '-';
+        const char* const first = at + (negative ? 1 : 0);
+        if (first == last || !is_digit(*first)) return text_to_double(text());
+        double magnitude = 0;
+        const auto [end, error] = std::from_chars(first, last, magnitude);
+        if (error != std::errc() || end == last || *end != ',') return text_to_double(text());
+        at = end + 1;
+        return negative ? -magnitude : magnitude;
+    }
+
+    void skip(unsigned n)
+    {
+        while (n-- > 0) text();
+    }
+
+private:
+    int long_whole()
+    {
+        std::uint32_t digits = 0;
+        const char* const end = pass_eight_digits(at, last, digits);
+        if (end == last || *end != ',') return text_to_int(text());
+        at = end + 1;
+        return int(digits);
+    }
+
+    const char* at;
+    const char* last;
+};
 
 /// Nodes, each in the column that its identifier names.
 ///
@@ -216,17 +257,22 @@ private:
 
     void read_node(std::string_view line)
     {
-        const auto field = first_fields<14>(line);
-        nodes.add(
-            unsigned(text_to_int(field[0])),
-            {text_to_double(field[11]), text_to_double(field[12]), text_to_double(field[13])});
+        femap_fields fields(line);
+        const auto id = unsigned(fields.whole());
+        fields.skip(10);
+        const double x = fields.real();
+        const double y = fields.real();
+        const double z = fields.real();
+        nodes.add(id, {x, y, z});
     }
 
     void read_element(std::string_view line)
     {
-        const auto field = first_fields<5>(line);
-        const auto group = unsigned(text_to_int(field[1]));
-        const femap_topology* topology = find_femap_topology(text_to_int(field[4]));
+        femap_fields fields(line);
+        fields.skip(1);
+        const auto group = unsigned(fields.whole());
+        fields.skip(2);
+        const femap_topology* topology = find_femap_topology(fields.whole());
         if (topology == nullptr) {
             skip_lines(6);
             elements.pass_over();
@@ -244,8 +290,8 @@ private:
     {
         std::string_view line;
         if (!in.next(line)) stop();
-        for (const std::string_view field : first_fields<10>(line))
-            *slot++ = unsigned(text_to_int(field));
+        femap_fields fields(line);
+        for (int k = 0; k < 10; ++k) slot[k] = unsigned(fields.whole());
     }
 
     void skip_lines(int n)
