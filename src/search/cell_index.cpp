@@ -33,6 +33,7 @@ template <unsigned Dim>
 auto cell_index<Dim>::make(const placed_node<Dim>* nodes, unsigned n)
     -> std::shared_ptr<const cell_index>
 {
+    if (n > visit_mark::most_entries) return nullptr;
     try {
         const auto index = std::make_shared<cell_index>();
         if (!index->frame_nodes(nodes, n)) return nullptr;
@@ -132,12 +133,12 @@ void cell_index<Dim>::sort_into_cells(const placed_node<Dim>* nodes, unsigned n)
     unsigned sum = 0;
     for (unsigned& start : starts_) start = sum += start;
     nodes_.resize(n);
-    entries_.resize(n);
+    orders_.resize(n);
     for (unsigned i = n; i-- > 0;) {
         const corner at = corner_of(i);
         const unsigned to = --starts_[cell_of(all, at)];
         nodes_[to] = {at, nodes[i].node};
-        entries_[to] = i;
+        orders_[to] = {i, nodes[i].mark};
     }
 }
 
@@ -183,7 +184,7 @@ void cell_index<Dim>::cut_cell(unsigned first, unsigned last, unsigned shift)
     starts_.resize(starts_.size() + cells + 1);
 
     const std::vector<stored> nodes(nodes_.begin() + first, nodes_.begin() + last);
-    const std::vector<unsigned> entries(entries_.begin() + first, entries_.begin() + last);
+    const std::vector<order> orders(orders_.begin() + first, orders_.begin() + last);
     for (const stored& node : nodes) ++starts_[cell_of(made, node.at)];
     unsigned sum = first;
     for (std::size_t cell = 0; cell <= cells; ++cell) {
@@ -193,7 +194,7 @@ void cell_index<Dim>::cut_cell(unsigned first, unsigned last, unsigned shift)
     for (std::size_t i = nodes.size(); i-- > 0;) {
         const unsigned to = --starts_[cell_of(made, nodes[i].at)];
         nodes_[to] = nodes[i];
-        entries_[to] = entries[i];
+        orders_[to] = orders[i];
     }
 }
 
@@ -206,8 +207,8 @@ template <unsigned Dim>
 template <typename Scan>
 bool cell_index<Dim>::scan_box(const corner& low, const corner& high, Scan&& scan) const
 {
-    fixed_list<place, 1000> pending;
-    place at{0, {}};
+    fixed_list<region, 1000> pending;
+    region at{0, {}};
     for (;;) {
         const grid& here = grids_[at.grid];
         std::array<unsigned, 3> from{};
@@ -240,7 +241,7 @@ bool cell_index<Dim>::scan_box(const corner& low, const corner& high, Scan&& sca
                     if (!scan(starts[row + x], starts[row + x + 1])) return false;
                     continue;
                 }
-                place inner{link, at.origin};
+                region inner{link, at.origin};
                 const std::array<unsigned, 3> cell{x, y, z};
                 for (unsigned d = 0; d < Dim; ++d)
                     inner.origin[d] += std::int32_t(cell[d] << here.shift);
@@ -289,7 +290,7 @@ bool cell_index<Dim>::find_in_box(const point& lo, const point& hi, box_candidat
                 outside |= at[d] < low[d] || at[d] > high[d];
                 inside &= at[d] > low[d] && at[d] < high[d];
             }
-            if (!outside && !found.add({entries_[i], nodes_[i].node, inside})) return false;
+            if (!outside && !found.add({orders_[i].entry, nodes_[i].node, inside})) return false;
         }
         return true;
     });
@@ -300,10 +301,10 @@ struct cell_index<Dim>::nearest_search {
     const cell_index& index;
     double q[Dim];
     unsigned rejected;
-    nearest_candidates& found;
+    neighbours& found;
     double best = infinity;  // least square of a distance so far
     double limit = infinity; // square of a distance beyond which a node is out of the question
-    double squares[nearest_candidates::room] = {};
+    double squares[neighbours::room] = {};
     bool room = true;
 
     bool operator()(unsigned first, unsigned last)
@@ -318,7 +319,10 @@ struct cell_index<Dim>::nearest_search {
 
     void take(unsigned i, double sum)
     {
-        if (index.nodes_[i].node == rejected) return;
+        if (index.nodes_[i].node == rejected) {
+            found.rejected_place = i;
+            return;
+        }
         if (sum < best) {
             best = sum;
             limit = square(std::sqrt(sum) + slack);
@@ -330,14 +334,13 @@ struct cell_index<Dim>::nearest_search {
                 }
             found.count = kept;
         }
-        if (found.count < nearest_candidates::room) squares[found.count] = sum;
-        room = found.add({index.entries_[i], index.nodes_[i].node, false}) && room;
+        if (found.count < neighbours::room) squares[found.count] = sum;
+        room = found.add({index.nodes_[i].node, i}) && room;
     }
 };
 
 template <unsigned Dim>
-bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected,
-                                   nearest_candidates& found) const
+bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected, neighbours& found) const
 {
     nearest_search search{*this, {}, rejected, found};
     corner at;

@@ -42,18 +42,32 @@ class cell_index {
 public:
     using point = vector_fixed<double, Dim>;
 
-    /// A node that can be in a box, or the nearest.
+    /// A node that can be in a box.
     struct candidate {
         unsigned entry; ///< its column of the tree's entries
         unsigned node;
         bool certain; ///< strictly inside, whatever its coordinates are rounded to
     };
-
     using box_candidates = fixed_list<candidate, 256>;
-    using nearest_candidates = fixed_list<candidate, 32>;
+
+    /// A node that can be the nearest.
+    struct neighbour {
+        unsigned node;
+        unsigned place; ///< in the index
+    };
+    struct neighbours : fixed_list<neighbour, 32> {
+        unsigned rejected_place = NO_NODE; ///< of the rejected node, if met
+    };
+
+    /// Where a node stands in the tree.
+    struct order {
+        unsigned entry;
+        visit_mark mark;
+    };
 
     /// The index of the nodes of a tree in the order of its entries, or null where their coordinates
-    /// are not numbers, are infinite or reach too far for the unit, or memory is exhausted.
+    /// are not numbers, are infinite or reach too far for the unit, where there are too many nodes for
+    /// visit_mark, or memory is exhausted.
     static std::shared_ptr<const cell_index> make(const placed_node<Dim>* nodes, unsigned n);
 
     /// All nodes of the closed box from lo to hi, and maybe some on its boundary. False if there is
@@ -63,7 +77,9 @@ public:
     /// All nodes but `rejected` whose distance from q exceeds the least by up to 2^-46 times the
     /// largest coordinate of q and that distance, and maybe some more. False if that would take long,
     /// q is too far away, or there is no room; also if there is no node.
-    bool find_nearest(const point& q, unsigned rejected, nearest_candidates& found) const;
+    bool find_nearest(const point& q, unsigned rejected, neighbours& found) const;
+
+    const order& order_of(unsigned place) const { return orders_[place]; }
 
 private:
     using corner = std::array<std::int32_t, Dim>;
@@ -83,7 +99,7 @@ private:
     static constexpr std::size_t no_links = std::size_t(-1);
 
     // A grid to be searched, and where it begins.
-    struct place {
+    struct region {
         unsigned grid;
         corner origin;
     };
@@ -110,10 +126,10 @@ private:
     double scale_ = 0; // units per length
     corner top_{};     // the largest coordinates
     std::vector<stored> nodes_;
-    std::vector<unsigned> entries_; // of nodes_
-    std::vector<grid> grids_;       // the first is of the whole box
-    std::vector<unsigned> starts_;  // of the cells of each grid in nodes_, and the end of the grid
-    std::vector<unsigned> links_;   // for each cell of some grids: the grid within, or 0
+    std::vector<order> orders_;    // of nodes_
+    std::vector<grid> grids_;      // the first is of the whole box
+    std::vector<unsigned> starts_; // of the cells of each grid in nodes_, and the end of the grid
+    std::vector<unsigned> links_;  // for each cell of some grids: the grid within, or 0
 };
 
 extern template class cell_index<2>;
