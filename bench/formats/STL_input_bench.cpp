@@ -76,8 +76,8 @@ template <typename Read>
 void add_reader(size_t n, bool ascii, const std::string& who, Read read)
 {
     bench::add("STL_input", ascii ? "soup_text" : "soup_binary", bench::soup_size(n), who, [=] {
-        const std::string name = bench::scratch_file(
-            "soup_" + std::to_string(n) + (ascii ? "_text" : "_binary") + ".stl");
+        const std::string name = bench::scratch_file("soup_" + std::to_string(n) +
+                                                     (ascii ? "_text" : "_binary") + ".stl");
         const bench::mesh& soup = bench::soup_of(n);
         STL_output(name.c_str(), soup.pos, soup.connectM, ascii);
         return [=] { return read(name); };

@@ -65,7 +65,8 @@ void add_vtk(size_t n, bool ascii)
         };
     });
     bench::add("STL_output", ascii ? "sphere_text" : "sphere_binary", bench::soup_size(n),
-               "vtk_conversion", [=] { return [&m = sphere_of(n)] { return bench::vtk_surface(m); }; });
+               "vtk_conversion",
+               [=] { return [&m = sphere_of(n)] { return bench::vtk_surface(m); }; });
 }
 
 } // namespace
