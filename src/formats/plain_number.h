@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -25,7 +26,10 @@ inline const char* pass_decimal(const char* first, const char* last, written_num
     constexpr std::array<std::uint32_t, 9> scale = {1,      10,      100,      1000,     10000,
                                                     100000, 1000000, 10000000, 100000000};
     std::uint32_t digits = 0;
-    const char* at = pass_eight_digits(first, last, digits);
+    // Numbers with an exponent have one digit ahead of the point.
+    const bool single = last - first > 1 && is_digit(first[0]) && first[1] == '.';
+    const char* at = single ? first + 1 : pass_eight_digits(first, last, digits);
+    if (single) digits = std::uint32_t(first[0] - '0');
     std::ptrdiff_t n = at - first;
     if (n == 8) return nullptr;
     number.mantissa = digits;
@@ -78,7 +82,9 @@ inline const char* pass_plain_number(const char* first, const char* last, double
         end = next;
     }
     if (end == last || !is_space(*end)) return nullptr;
-    value = negative ? -magnitude : magnitude;
+    // No branch: signs follow no pattern.
+    value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t(negative)
+                                                                                << 63);
     return end;
 }
 
