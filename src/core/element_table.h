@@ -106,6 +106,31 @@ constexpr const element_kind& column_kind([[maybe_unused]] const unsigned* node)
     }
 }
 
+/// Calls body with the type of the kind of a column as a constant, so that the loops of body over
+/// faces and their nodes can be unrolled.
+template <element_type Type, typename Body>
+void with_column_kind([[maybe_unused]] const unsigned* node, Body&& body)
+{
+    const auto call = [&]<element_type Kind>() {
+        body(std::integral_constant<element_type, Kind>{});
+    };
+    if constexpr (Type == ET_FACE_MIX) {
+        node[3] == NO_NODE ? call.template operator()<ET_TRIA3>()
+                           : call.template operator()<ET_QUAD4>();
+    } else if constexpr (Type == ET_SOLID_MIX) {
+        if (node[4] == NO_NODE)
+            call.template operator()<ET_TETRA4>();
+        else if (node[5] == NO_NODE)
+            call.template operator()<ET_PYRA5>();
+        else if (node[6] == NO_NODE)
+            call.template operator()<ET_PENTA6>();
+        else
+            call.template operator()<ET_HEXA8>();
+    } else {
+        call.template operator()<Type>();
+    }
+}
+
 /// Calls body with the type as a constant, an std::integral_constant. Once per matrix: what body
 /// instantiates then has its loops over faces and rows unrolled. Nothing for a type without faces.
 template <typename Body>

@@ -8,11 +8,10 @@ namespace kz3::lattiq {
 namespace {
 using namespace detail;
 
-// The larger of `above` and what is one above the largest ID: a hole counts as 0 by wrapping round.
-unsigned raise(unsigned above, const unsigned* ids, size_t n)
+unsigned raise_to_largest(unsigned largest, const unsigned* ids, size_t n)
 {
-    for (size_t i = 0; i < n; ++i) above = std::max(above, ids[i] + 1);
-    return above;
+    for (size_t i = 0; i < n; ++i) largest = std::max(largest, ids[i] == NO_NODE ? 0 : ids[i]);
+    return largest;
 }
 
 } // namespace
@@ -20,18 +19,18 @@ unsigned raise(unsigned above, const unsigned* ids, size_t n)
 unsigned max_ID(const dense1D<unsigned>& ids)
 {
     if (ids.size == 0) return NO_NODE;
-    return raise(1, ids.begin(), ids.size) - 1;
+    return raise_to_largest(0, ids.begin(), ids.size);
 }
 
 unsigned max_ID(const dense2D<unsigned>& ids)
 {
     if (ids.empty()) return NO_NODE;
-    unsigned above = 1; // where all are holes the largest counts as 0
+    unsigned largest = 0;
     for_each_run(ids, [&](const unsigned* run, size_t n) {
-        above = raise(above, run, n);
+        largest = raise_to_largest(largest, run, n);
         return true;
     });
-    return above - 1;
+    return largest;
 }
 
 } // namespace kz3::lattiq

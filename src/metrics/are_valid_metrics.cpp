@@ -3,7 +3,6 @@
 #include <kz3/lattiq/metrics.h>
 
 #include "metrics/tensor_column.h"
-#include "metrics/validity.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -14,16 +13,12 @@ bool is_valid_size(float size)
     return size > 0 && std::isfinite(double(size));
 }
 
-/// Whether the columns j(0) to j(n-1) exist and are valid; false at the first that is not.
-template <typename Column>
-bool are_valid_columns(const dense2D<float>& metrics, size_t n, Column j)
+bool is_valid_column(const dense2D<float>& metrics, size_t j)
 {
-    bool valid = true;
-    const bool served = with_dimension(metrics.rows, [&](auto dim) {
-        for (size_t i = 0; valid && i < n; ++i)
-            valid = j(i) < metrics.cols && is_valid(widen<dim>(column(metrics, j(i))));
-    });
-    return served && valid;
+    bool valid = false;
+    with_dimension(metrics.rows,
+                   [&](auto dim) { valid = is_valid_metric(widen<dim>(column(metrics, j))); });
+    return valid;
 }
 
 } // namespace
@@ -44,13 +39,19 @@ bool are_valid_metrics(const dense1D<unsigned>& ids, const dense1D<float>& sizes
 
 bool are_valid_metrics(const dense2D<float>& metrics)
 {
-    return are_valid_columns(metrics, metrics.cols, [](size_t i) { return i; });
+    if (metrics.rows != 3 && metrics.rows != 6) return false;
+    for (size_t j = 0; j < metrics.cols; ++j)
+        if (!is_valid_column(metrics, j)) return false;
+    return true;
 }
 
 bool are_valid_metrics(const dense1D<unsigned>& ids, const dense2D<float>& metrics)
 {
     if (metrics.empty() && ids.size == 0) return true;
-    return are_valid_columns(metrics, ids.size, [&](size_t i) { return ids[i]; });
+    if (metrics.rows != 3 && metrics.rows != 6) return false;
+    for (size_t i = 0; i < ids.size; ++i)
+        if (ids[i] >= metrics.cols || !is_valid_column(metrics, ids[i])) return false;
+    return true;
 }
 
 } // namespace kz3::lattiq

@@ -11,9 +11,7 @@
 #include "core/prefetch.h"
 #include "search/cell_index.h"
 #include "search/kd_layout.h"
-#include "search/nearest_tie.h"
 #include "search/pending_stack.h"
-#include "search/point_tests.h"
 
 namespace kz3::lattiq::detail {
 namespace {
@@ -21,6 +19,37 @@ namespace {
 constexpr unsigned rows_of_entry = 3;
 constexpr double farthest = std::numeric_limits<double>::max();
 constexpr std::size_t least_load = 32; // a shorter list is as fast one by one
+
+// Which of two nodes is nearer may hang on the last bit, so the order of the sums is fixed.
+template <unsigned Dim>
+double squared_distance(const double* p, const vector_fixed<double, Dim>& q)
+{
+    const double dx = p[0] - q[0];
+    const double dy = p[1] - q[1];
+    if constexpr (Dim == 2) {
+        return dy * dy + dx * dx;
+    } else {
+        const double dz = p[2] - q[2];
+        return dz * dz + (dx * dx + dy * dy);
+    }
+}
+
+template <unsigned Dim>
+bool is_inside(const double* p, const vector_fixed<double, Dim>& lo,
+               const vector_fixed<double, Dim>& hi)
+{
+    for (unsigned d = 0; d < Dim; ++d)
+        if (!(p[d] >= lo[d]) || p[d] > hi[d]) return false;
+    return true;
+}
+
+template <unsigned Dim>
+bool is_within(const double* p, const vector_fixed<double, Dim>& q, double r)
+{
+    for (unsigned d = 0; d < Dim; ++d)
+        if (!(p[d] >= q[d] - r) || !(p[d] <= q[d] + r)) return false;
+    return true;
+}
 
 } // namespace
 
@@ -147,7 +176,7 @@ template <unsigned Dim>
 auto node_kd_tree<Dim>::look_up(const point& q, node_filter filter) const -> hint
 {
     const hint nothing{false, {NO_NODE, farthest}};
-    typename cell_index<Dim>::neighbours near;
+    typename cell_index<Dim>::nearest_candidates near;
     if (!index_ || !index_->find_nearest(q, filter.rejected, near)) return nothing;
     if (near.count == 1) return {true, {near.list[0].node, 0}};
 
@@ -166,43 +195,19 @@ auto node_kd_tree<Dim>::look_up(const point& q, node_filter filter) const -> hin
         const double radius = distance + blurs * blur;
         return squares[k] <= radius * radius;
     };
-    nearest_tie<Dim> tie(q);
     unsigned node = NO_NODE;
-    bool alone = true;
+    bool tie = false;
     for (unsigned k = 0; k < near.count; ++k) {
         if (!within(k, 2)) continue;
         if (!within(k, 1)) return nothing;
-        alone = alone && (node == NO_NODE || node == near.list[k].node);
+        tie = tie || (node != NO_NODE && node != near.list[k].node);
         node = near.list[k].node;
-        const auto& order = index_->order_of(near.list[k].place);
-        tie.add({column(*coords, node), squares[k], node, order, false});
     }
-    if (!alone) node = mark_path(q, near.rejected_place, filter, tie) ? tie.winner() : NO_NODE;
-    if (node != NO_NODE) return {true, {node, 0}};
+    if (!tie) return {true, {node, 0}};
     return {false, {NO_NODE, distance + 1.5 * blur}};
 }
 
-// Marks the nodes of a tie that stand on the path from the root towards q, if that is the position of
-// the rejected node: insertion led this node to its entry, so down to there the path is what stands
-// above the entry. False if q is elsewhere.
-template <unsigned Dim>
-bool node_kd_tree<Dim>::mark_path(const point& q, unsigned place, node_filter filter,
-                                  nearest_tie<Dim>& tie) const
-{
-    if (place == NO_NODE) return false;
-    const double* p = column(*coords, filter.rejected);
-    if (!std::equal(p, p + Dim, q.data)) return false;
-    const auto& here = index_->order_of(place);
-    if (!tie.mark_above(here)) return true; // nothing below
-    unsigned i = entry(here.entry).right;   // where what is equal goes
-    for (unsigned axis = next(here.mark.axis()); i < size(); axis = next(axis)) {
-        tie.mark(i);
-        const tree_entry at = entry(i);
-        i = column(*coords, at.node)[axis] > q[axis] ? at.left : at.right;
-    }
-    return true;
-}
-
+// The way insertion went, to have a small radius before the search around the point starts.
 template <unsigned Dim>
 auto node_kd_tree<Dim>::descend(const point& q, node_filter filter) const -> nearest
 {

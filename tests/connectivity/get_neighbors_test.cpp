@@ -1,5 +1,6 @@
 #include <kz3/lattiq/connectivity.h>
 
+#include <algorithm>
 #include <climits>
 #include <numeric>
 #include <random>
@@ -188,7 +189,7 @@ TEST_P(NeighborsOfType, IsEmptyWhereAnyAllocationFails)
     };
     for (const bool onwards : {false, true}) {
         EXPECT_EQ(allocation::sweep<allocation::fail_containers>(refused, onwards), 1u);
-        EXPECT_EQ(allocation::sweep<allocation::fail_new>(refused, onwards), 4u);
+        EXPECT_EQ(allocation::sweep<allocation::fail_new>(refused, onwards), 3u);
     }
     EXPECT_EQ(allocation::live_blocks(), live);
 }
@@ -237,6 +238,29 @@ TEST_P(NeighborsOfType, AgreesWithBucketsWalkedStepByStep)
                 ASSERT_TRUE(same(neighbors, expected));
             }
         }
+}
+
+// Nodes that are few enough to have runs of their own, a few or many faces at each, and nodes far
+// apart, whose faces are found by their hash.
+TEST_P(NeighborsOfType, AgreesOnManyElementsWhateverTheNodes)
+{
+    for (const regime& r : {regime{2000, 0, 900}, regime{2000, 0, 12}, regime{2000, 0, 6000},
+                            regime{2000, 3, 900, 4000037}, regime{2000, 3, 12, 300000007}}) {
+        SCOPED_TRACE("span " + std::to_string(r.span) + ", stride " + std::to_string(r.stride));
+        std::mt19937 random(3);
+        auto m = random_elements(type, r.elements, r.base, r.span, random, r.stride);
+        // Every other element holds the nodes of an earlier one, in another order.
+        for (size_t e = 1; e < m.cols; e += 2)
+            for (size_t k = 0; k < m.rows; ++k) m(k, e) = m(k, e / 4 * 2);
+        for (size_t e = 1; e < m.cols; e += 2) std::reverse(&m(0, e), &m(0, e) + 3);
+        for (const bool link_non_manifold : {false, true}) {
+            dense2D<unsigned> neighbors;
+            dense2D<unsigned> expected;
+            const int code = plain::get_neighbors(m, type, link_non_manifold, expected);
+            ASSERT_EQ(get_neighbors(m, type, link_non_manifold, neighbors), code);
+            ASSERT_TRUE(same(neighbors, expected));
+        }
+    }
 }
 
 TEST_P(NeighborsOfType, AreMutual)
@@ -564,7 +588,7 @@ TEST(GetNeighbors, FindsTheSixHexahedraAroundEachInAGrid)
     EXPECT_TRUE(same(neighbors, expected));
 }
 
-// The next three would take time that grows with the square of the elements if runs of faces with
+// The next four would take time that grows with the square of the elements if runs of faces with
 // one key, one node or one sum were compared pair by pair.
 TEST(GetNeighbors, TakesAnElementRepeatedManyTimes)
 {
@@ -591,6 +615,23 @@ TEST(GetNeighbors, TakesAFanAroundOneNode)
         tria(0, e) = 0;
         tria(1, e) = e + 1;
         tria(2, e) = (e + 1) % n + 1;
+        expected(1, e) = (e + 1) % n;
+        expected(2, e) = (e + n - 1) % n;
+    }
+    dense2D<unsigned> neighbors;
+    ASSERT_EQ(get_neighbors(tria, ET_TRIA3, false, neighbors), 0);
+    EXPECT_TRUE(same(neighbors, expected));
+}
+
+TEST(GetNeighbors, TakesAFanAroundOneNodeWhereNodesAreFarApart)
+{
+    constexpr unsigned n = 200000;
+    dense2D<unsigned> tria(3, n);
+    dense2D<unsigned> expected(3, n, none);
+    for (unsigned e = 0; e < n; ++e) {
+        tria(0, e) = 7;
+        tria(1, e) = 20000 * (e + 1);
+        tria(2, e) = 20000 * ((e + 1) % n + 1);
         expected(1, e) = (e + 1) % n;
         expected(2, e) = (e + n - 1) % n;
     }
