@@ -10,7 +10,7 @@ namespace bench {
 /// Sizes at which costs are shown: beside peers and in both numberings at the first two, and how the
 /// cost of lattiq alone grows at the last.
 inline constexpr size_t small_size = 100'000;
-inline constexpr size_t usual_size = 1'000'000;
+inline constexpr size_t usual_size = 500'000;
 inline constexpr size_t large_size = 10'000'000;
 
 /// Registers an operation of a peer, or its conversion, on meshes of a kind, in both numberings.
