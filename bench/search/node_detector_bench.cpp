@@ -62,6 +62,7 @@ LATTIQ_BENCHMARKS(node_detector)
 {
     for (const std::string kind : {"uniform", "clustered", "grid", "surface"})
         for (const size_t n : {100'000, 1'000'000, 10'000'000}) {
+            if (n > 1'000'000 && kind != "uniform") continue;
             bench::add("node_detector", kind, n, "lattiq", [=] {
                 return [&pos = bench::points_of(kind, n)] {
                     return std::make_unique<node_detector>(pos);

@@ -6,8 +6,6 @@
 #include <new>
 
 #include "core/prefetch.h"
-#include "search/pending_stack.h"
-
 namespace kz3::lattiq::detail {
 namespace {
 
@@ -35,11 +33,15 @@ template <unsigned Dim>
 auto cell_index<Dim>::make(const placed_node<Dim>* nodes, unsigned n)
     -> std::shared_ptr<const cell_index>
 {
+    if (n > visit_mark::most_entries) return nullptr;
     try {
         const auto index = std::make_shared<cell_index>();
         if (!index->frame_nodes(nodes, n)) return nullptr;
         index->sort_into_cells(nodes, n);
-        index->cut_full_cells();
+        for (unsigned g = 0; g < index->grids_.size(); ++g) index->cut_full_cells(g);
+        index->grids_.shrink_to_fit();
+        index->starts_.shrink_to_fit();
+        index->links_.shrink_to_fit();
         return index;
     } catch (const std::bad_alloc&) {
         return nullptr; // the tree answers without an index, only slower
@@ -63,7 +65,7 @@ bool cell_index<Dim>::frame_nodes(const placed_node<Dim>* nodes, unsigned n)
     if (!(sum == 0) || !choose_cells(high, n)) return false;
     for (unsigned d = 0; d < Dim; ++d) {
         top_[d] = whole(high[d], d);
-        cells_[d] = (unsigned(top_[d]) >> shift_) + 1;
+        grids_[0].cells[d] = (unsigned(top_[d]) >> grids_[0].shift) + 1;
     }
     return true;
 }
@@ -94,7 +96,7 @@ bool cell_index<Dim>::choose_cells(const point& high, unsigned n)
     int shift = bits - 1 - std::ilogb(extent / edge + 1);
     scale_ = std::ldexp(1 / edge, shift);
     for (; largest * scale_ > reach / 2; scale_ /= 2) --shift;
-    shift_ = unsigned(shift);
+    grids_.push_back({unsigned(shift), {}, 0, no_links});
     return shift >= 0;
 }
 
@@ -104,12 +106,18 @@ std::int32_t cell_index<Dim>::whole(double x, unsigned d) const
     return std::int32_t((x - base_[d]) * scale_);
 }
 
+// The place in starts_ of the cell around a corner. A grid within a cell begins at a multiple of its
+// own extent, which is a power of 2.
 template <unsigned Dim>
-std::size_t cell_index<Dim>::cell_of(const corner& at) const
+std::size_t cell_index<Dim>::cell_of(const grid& of, const corner& at) const
 {
+    const bool within = &of != grids_.data();
     std::size_t cell = 0;
-    for (unsigned d = Dim; d-- > 0;) cell = cell * cells_[d] + (unsigned(at[d]) >> shift_);
-    return cell;
+    for (unsigned d = Dim; d-- > 0;) {
+        const unsigned k = unsigned(at[d]) >> of.shift;
+        cell = cell * of.cells[d] + (within ? k & (of.cells[d] - 1) : k);
+    }
+    return of.first + cell;
 }
 
 template <unsigned Dim>
@@ -120,150 +128,159 @@ void cell_index<Dim>::sort_into_cells(const placed_node<Dim>* nodes, unsigned n)
         for (unsigned d = 0; d < Dim; ++d) at[d] = whole(nodes[i].p[d], d);
         return at;
     };
+    const grid& all = grids_[0];
     std::size_t cells = 1;
-    for (const unsigned count : cells_) cells *= count;
+    for (const unsigned count : all.cells) cells *= count;
     starts_.assign(cells + 1, 0);
-    for (unsigned i = 0; i < n; ++i) ++starts_[cell_of(corner_of(i))];
+    for (unsigned i = 0; i < n; ++i) ++starts_[cell_of(all, corner_of(i))];
     unsigned sum = 0;
     for (unsigned& start : starts_) start = sum += start;
     nodes_.resize(n);
-    entries_.resize(n);
+    orders_.resize(n);
     for (unsigned i = n; i-- > 0;) {
         const corner at = corner_of(i);
-        const unsigned place = --starts_[cell_of(at)];
-        nodes_[place] = {at, nodes[i].node};
-        entries_[place] = i;
+        const unsigned to = --starts_[cell_of(all, at)];
+        nodes_[to] = {at, nodes[i].node};
+        orders_[to] = {i, nodes[i].mark};
     }
 }
 
 template <unsigned Dim>
-void cell_index<Dim>::cut_full_cells()
+bool cell_index<Dim>::all_at_one_place(unsigned first, unsigned last) const
 {
-    std::vector<part> pending;
-    for (std::size_t cell = 0; cell + 1 < starts_.size(); ++cell) {
-        const unsigned count = starts_[cell + 1] - starts_[cell];
-        if (count <= full || shift_ == 0) continue;
-        if (links_.empty()) {
-            links_.assign(starts_.size() - 1, 0);
-            cuts_.emplace_back(); // 0 stands for none
+    return std::all_of(nodes_.begin() + first, nodes_.begin() + last,
+                       [&](const stored& node) { return node.at == nodes_[first].at; });
+}
+
+// Appends a grid for each cell of a grid that holds too many nodes.
+template <unsigned Dim>
+void cell_index<Dim>::cut_full_cells(unsigned g)
+{
+    const unsigned shift = grids_[g].shift;
+    if (shift == 0) return;
+    std::size_t cells = 1;
+    for (const unsigned count : grids_[g].cells) cells *= count;
+    for (std::size_t cell = 0; cell < cells; ++cell) {
+        const unsigned first = starts_[grids_[g].first + cell];
+        const unsigned last = starts_[grids_[g].first + cell + 1];
+        if (last - first <= full || all_at_one_place(first, last)) continue;
+        if (grids_[g].first_link == no_links) {
+            grids_[g].first_link = links_.size();
+            links_.resize(links_.size() + cells);
         }
-        links_[cell] = unsigned(cuts_.size());
-        cuts_.emplace_back();
-        pending.push_back({starts_[cell], starts_[cell + 1], shift_ - 1, links_[cell]});
-        while (!pending.empty()) {
-            const part next = pending.back();
-            pending.pop_back();
-            cut_part(next, pending);
-        }
+        links_[grids_[g].first_link + cell] = unsigned(grids_.size());
+        cut_cell(first, last, shift);
     }
 }
 
+// Appends a grid of as many cells as suits these nodes, and sorts them into it.
 template <unsigned Dim>
-void cell_index<Dim>::cut_part(const part& whole_part, std::vector<part>& pending)
+void cell_index<Dim>::cut_cell(unsigned first, unsigned last, unsigned shift)
 {
-    const auto [first, last, shift, link] = whole_part;
-    const auto part_of = [shift = shift](const stored& node) {
-        unsigned k = 0;
-        for (unsigned d = 0; d < Dim; ++d) k |= (unsigned(node.at[d]) >> shift & 1u) << d;
-        return k;
-    };
+    unsigned halvings = 1;
+    while (halvings < shift && ((last - first) / nodes_per_cell) >> (Dim * halvings) != 0)
+        ++halvings;
+    const std::size_t cells = std::size_t(1) << (Dim * halvings);
+    grids_.push_back({shift - halvings, {}, starts_.size(), no_links});
+    grids_.back().cells.fill(1u << halvings);
+    const grid& made = grids_.back();
+    starts_.resize(starts_.size() + cells + 1);
+
     const std::vector<stored> nodes(nodes_.begin() + first, nodes_.begin() + last);
-    const std::vector<unsigned> entries(entries_.begin() + first, entries_.begin() + last);
-    std::array<unsigned, cut::parts> next{};
-    for (const stored& node : nodes) ++next[part_of(node)];
+    const std::vector<order> orders(orders_.begin() + first, orders_.begin() + last);
+    for (const stored& node : nodes) ++starts_[cell_of(made, node.at)];
     unsigned sum = first;
-    for (unsigned k = 0; k < cut::parts; ++k) {
-        cuts_[link].starts[k] = sum;
-        sum += next[k];
-        next[k] = cuts_[link].starts[k];
+    for (std::size_t cell = 0; cell <= cells; ++cell) {
+        unsigned& start = starts_[made.first + cell];
+        start = sum += start;
     }
-    cuts_[link].starts[cut::parts] = last;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        const unsigned place = next[part_of(nodes[i])]++;
-        nodes_[place] = nodes[i];
-        entries_[place] = entries[i];
-    }
-    for (unsigned k = 0; k < cut::parts; ++k) {
-        const unsigned begin = cuts_[link].starts[k];
-        const unsigned end = cuts_[link].starts[k + 1];
-        if (end - begin <= full || shift == 0) continue;
-        cuts_[link].cuts[k] = unsigned(cuts_.size());
-        pending.push_back({begin, end, shift - 1, unsigned(cuts_.size())});
-        cuts_.emplace_back();
+    for (std::size_t i = nodes.size(); i-- > 0;) {
+        const unsigned to = --starts_[cell_of(made, nodes[i].at)];
+        nodes_[to] = nodes[i];
+        orders_[to] = orders[i];
     }
 }
 
 // ---- searching
 
 // Calls scan(first, last) for runs of nodes_ that include all between two corners, which are no
-// further out than 0 and top_.
+// further out than 0 and top_, and are not out of the scan's reach, until it returns false. False
+// then, or if there is no room to note all grids that are to be searched.
 template <unsigned Dim>
 template <typename Scan>
-void cell_index<Dim>::scan_box(const corner& low, const corner& high, Scan&& scan) const
+bool cell_index<Dim>::scan_box(const corner& low, const corner& high, Scan&& scan) const
 {
-    std::array<unsigned, 3> from{};
-    std::array<unsigned, 3> to{};
-    for (unsigned d = 0; d < Dim; ++d) {
-        from[d] = unsigned(low[d]) >> shift_;
-        to[d] = unsigned(high[d]) >> shift_;
-    }
-    const auto each_row = [&](auto visit) {
-        for (unsigned z = from[2]; z <= to[2]; ++z)
-            for (unsigned y = from[1]; y <= to[1]; ++y)
-                visit((std::size_t(z) * cells_[1] + y) * cells_[0], y, z);
-    };
-    // Rows stand apart in memory: the wait for the first is the wait for all.
-    each_row([&](std::size_t row, unsigned, unsigned) {
-        prefetch(nodes_.data() + starts_[row + from[0]]);
-    });
-    each_row([&](std::size_t row, unsigned y, unsigned z) {
-        const unsigned first = starts_[row + from[0]];
-        const unsigned last = starts_[row + to[0] + 1];
-        if (links_.empty() || last - first <= full) return scan(first, last);
-        for (unsigned x = from[0]; x <= to[0]; ++x) {
-            const std::array<unsigned, 3> cell{x, y, z};
-            if (const unsigned link = links_[row + x])
-                scan_cut(link, cell, low, high, scan);
-            else
-                scan(starts_[row + x], starts_[row + x + 1]);
+    fixed_list<region, 1000> pending;
+    region at{0, {}};
+    for (;;) {
+        const grid& here = grids_[at.grid];
+        std::array<unsigned, 3> from{};
+        std::array<unsigned, 3> to{};
+        for (unsigned d = 0; d < Dim; ++d) {
+            const std::int32_t end = std::int32_t(here.cells[d] << here.shift) - 1;
+            from[d] = unsigned(std::max(low[d] - at.origin[d], 0)) >> here.shift;
+            to[d] = unsigned(std::min(high[d] - at.origin[d], end)) >> here.shift;
         }
-    });
+        // Rows of cells stand apart in memory: the wait for the first is the wait for several.
+        fixed_list<row, 16> rows;
+        for (unsigned z = from[2]; z <= to[2]; ++z)
+            for (unsigned y = from[1]; y <= to[1]; ++y) {
+                const row one = row_of(at, {from[0], y, z}, to[0]);
+                if (one.first == one.last || scan.misses(one.low, one.edge)) continue;
+                prefetch(nodes_.data() + one.first);
+                if (rows.add(one)) continue;
+                if (!scan_rows(rows, at, scan, pending)) return false;
+                rows.count = 0;
+                rows.add(one);
+            }
+        if (!scan_rows(rows, at, scan, pending)) return false;
+        if (pending.count == 0) return true;
+        at = pending.list[--pending.count];
+    }
+}
+
+// The cells from a given one up to another along the first axis.
+template <unsigned Dim>
+auto cell_index<Dim>::row_of(const region& of, const std::array<unsigned, 3>& cell,
+                             unsigned end) const -> row
+{
+    const grid& here = grids_[of.grid];
+    row made;
+    std::size_t number = 0;
+    for (unsigned d = Dim; d-- > 0;) {
+        number = number * here.cells[d] + cell[d];
+        made.low[d] = of.origin[d] + std::int32_t(cell[d] << here.shift);
+    }
+    made.cell = number;
+    made.cells = end - cell[0] + 1;
+    made.edge = std::int32_t(1) << here.shift;
+    made.first = starts_[here.first + number];
+    made.last = starts_[here.first + number + made.cells];
+    return made;
 }
 
 template <unsigned Dim>
 template <typename Scan>
-void cell_index<Dim>::scan_cut(unsigned link, const std::array<unsigned, 3>& cell,
-                               const corner& low, const corner& high, Scan&& scan) const
+bool cell_index<Dim>::scan_rows(const fixed_list<row, 16>& rows, const region& of, Scan& scan,
+                                fixed_list<region, 1000>& pending) const
 {
-    struct frame {
-        unsigned link;
-        unsigned shift;
-        corner origin;
-    };
-    // Each of at most 30 cuts leaves all of its parts but one.
-    pending_stack<frame, std::size_t(bits) * cut::parts> pending;
-    frame at{link, shift_ - 1, {}};
-    for (unsigned d = 0; d < Dim; ++d) at.origin[d] = std::int32_t(cell[d] << shift_);
-    for (;;) {
-        const cut& here = cuts_[at.link];
-        for (unsigned k = 0; k < cut::parts; ++k) {
-            if (here.starts[k] == here.starts[k + 1]) continue;
-            frame inner{here.cuts[k], at.shift - 1, at.origin};
-            bool apart = false;
-            for (unsigned d = 0; d < Dim; ++d) {
-                inner.origin[d] += std::int32_t((k >> d & 1u) << at.shift);
-                apart |= inner.origin[d] > high[d] ||
-                         inner.origin[d] + ((std::int32_t(1) << at.shift) - 1) < low[d];
-            }
-            if (apart) continue;
-            if (inner.link != 0)
-                pending.push(inner);
-            else
-                scan(here.starts[k], here.starts[k + 1]);
+    const grid& here = grids_[of.grid];
+    for (unsigned r = 0; r < rows.count; ++r) {
+        const row& one = rows.list[r];
+        if (scan.misses(one.low, one.edge)) continue; // by now
+        if (here.first_link == no_links || one.last - one.first <= full) {
+            if (!scan(one.first, one.last)) return false;
+            continue;
         }
-        if (pending.empty()) return;
-        at = pending.pop();
+        const unsigned* starts = starts_.data() + here.first + one.cell;
+        for (unsigned x = 0; x < one.cells; ++x) {
+            region inner{links_[here.first_link + one.cell + x], one.low};
+            inner.origin[0] += std::int32_t(x) * one.edge;
+            const bool room = inner.grid == 0 ? scan(starts[x], starts[x + 1]) : pending.add(inner);
+            if (!room) return false;
+        }
     }
+    return true;
 }
 
 // The whole number of a bound, brought into the range of the nodes'. It may meet a node on the bound,
@@ -275,6 +292,31 @@ std::int32_t cell_index<Dim>::bound(double x, unsigned d) const
     const double t = (x - base_[d]) * scale_;
     return t >= 0 ? std::int32_t(std::min(t, double(top_[d]) + 1)) : -1;
 }
+
+template <unsigned Dim>
+struct cell_index<Dim>::box_search {
+    const cell_index& index;
+    const corner& low;
+    const corner& high;
+    box_candidates& found;
+
+    static bool misses(const corner&, std::int32_t) { return false; }
+
+    bool operator()(unsigned first, unsigned last)
+    {
+        for (unsigned i = first; i < last; ++i) {
+            const stored& node = index.nodes_[i];
+            bool outside = false;
+            bool inside = true;
+            for (unsigned d = 0; d < Dim; ++d) {
+                outside |= node.at[d] < low[d] || node.at[d] > high[d];
+                inside &= node.at[d] > low[d] && node.at[d] < high[d];
+            }
+            if (!outside && !found.add({index.orders_[i].entry, node.node, inside})) return false;
+        }
+        return true;
+    }
+};
 
 template <unsigned Dim>
 bool cell_index<Dim>::find_in_box(const point& lo, const point& hi, box_candidates& found) const
@@ -292,21 +334,7 @@ bool cell_index<Dim>::find_in_box(const point& lo, const point& hi, box_candidat
         to[d] = std::min(high[d], top_[d]);
     }
     if (cells_between(from, to) > cells_at_most) return false;
-    bool room = true;
-    scan_box(from, to, [&](unsigned first, unsigned last) {
-        for (unsigned i = first; i < last; ++i) {
-            const corner& at = nodes_[i].at;
-            bool outside = false;
-            bool inside = true;
-            for (unsigned d = 0; d < Dim; ++d) {
-                outside |= at[d] < low[d] || at[d] > high[d];
-                inside &= at[d] > low[d] && at[d] < high[d];
-            }
-            if (outside) continue;
-            room = found.add({entries_[i], nodes_[i].node, inside}) && room;
-        }
-    });
-    return room;
+    return scan_box(from, to, box_search{*this, low, high, found});
 }
 
 template <unsigned Dim>
@@ -314,24 +342,39 @@ struct cell_index<Dim>::nearest_search {
     const cell_index& index;
     double q[Dim];
     unsigned rejected;
-    nearest_candidates& found;
+    neighbours& found;
     double best = infinity;  // least square of a distance so far
     double limit = infinity; // square of a distance beyond which a node is out of the question
-    double squares[nearest_candidates::room] = {};
+    double reach = 0;        // square of the distance up to which nodes are looked for
+    double squares[neighbours::room] = {};
     bool room = true;
 
-    void operator()(unsigned first, unsigned last)
+    // Whether a row of cells, of an edge and with a lowest corner, is out of reach or out of the
+    // question, whatever its extent along the first axis.
+    bool misses(const corner& low, std::int32_t edge) const
+    {
+        double sum = 0;
+        for (unsigned d = 1; d < Dim; ++d)
+            sum += square(std::max({low[d] - q[d], q[d] - low[d] - edge, 0.0}));
+        return sum > std::min(limit, reach);
+    }
+
+    bool operator()(unsigned first, unsigned last)
     {
         for (unsigned i = first; i < last; ++i) {
             double sum = 0;
             for (unsigned d = 0; d < Dim; ++d) sum += square(index.nodes_[i].at[d] - q[d]);
             if (sum <= limit) take(i, sum);
         }
+        return true;
     }
 
     void take(unsigned i, double sum)
     {
-        if (index.nodes_[i].node == rejected) return;
+        if (index.nodes_[i].node == rejected) {
+            found.rejected_place = i;
+            return;
+        }
         if (sum < best) {
             best = sum;
             limit = square(std::sqrt(sum) + slack);
@@ -343,14 +386,13 @@ struct cell_index<Dim>::nearest_search {
                 }
             found.count = kept;
         }
-        if (found.count < nearest_candidates::room) squares[found.count] = sum;
-        room = found.add({index.entries_[i], index.nodes_[i].node, false}) && room;
+        if (found.count < neighbours::room) squares[found.count] = sum;
+        room = found.add({index.nodes_[i].node, i}) && room;
     }
 };
 
 template <unsigned Dim>
-bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected,
-                                   nearest_candidates& found) const
+bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected, neighbours& found) const
 {
     nearest_search search{*this, {}, rejected, found};
     corner at;
@@ -359,8 +401,8 @@ bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected,
         search.q[d] = (q[d] - base_[d]) * scale_ - 0.5;        // nodes stand amid their units
         at[d] = std::clamp(bound(q[d], d), 0, top_[d]);
     }
-    // Half the edge of the cell around finds a node more often than not.
-    double radius = std::ldexp(0.5, int(edge_around(at)));
+    // With four nodes to a cell this is just above their distance on a regular lattice.
+    double radius = std::ldexp(0.65, int(edge_around(at)));
     for (;;) {
         corner low;
         corner high;
@@ -372,13 +414,15 @@ bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected,
             all = all && low[d] == 0 && high[d] == top_[d];
         }
         if (cells_between(low, high) > cells_at_most) return false;
+        if (all) radius = infinity; // for there is nothing beyond
         found.count = 0;
         search.best = search.limit = infinity;
-        scan_box(low, high, search);
+        search.reach = square(radius);
+        if (!scan_box(low, high, search)) return false;
         const double needed = std::sqrt(search.best) + slack;
         if (!search.room) return false;
-        if (all || needed <= radius) return found.count != 0;
-        radius = found.count != 0 ? needed : 2 * radius;
+        if (needed <= radius) return found.count != 0;
+        radius = found.count != 0 ? needed : 1.5 * radius;
     }
 }
 
@@ -386,14 +430,12 @@ bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected,
 template <unsigned Dim>
 unsigned cell_index<Dim>::edge_around(const corner& at) const
 {
-    unsigned shift = shift_;
-    for (unsigned link = links_.empty() ? 0 : links_[cell_of(at)]; link != 0;) {
-        --shift;
-        unsigned k = 0;
-        for (unsigned d = 0; d < Dim; ++d) k |= (unsigned(at[d]) >> shift & 1u) << d;
-        link = cuts_[link].cuts[k];
+    for (unsigned g = 0;;) {
+        const grid& here = grids_[g];
+        if (here.first_link == no_links) return here.shift;
+        g = links_[here.first_link + (cell_of(here, at) - here.first)];
+        if (g == 0) return here.shift;
     }
-    return shift;
 }
 
 template <unsigned Dim>
@@ -401,7 +443,7 @@ std::size_t cell_index<Dim>::cells_between(const corner& low, const corner& high
 {
     std::size_t cells = 1;
     for (unsigned d = 0; d < Dim; ++d)
-        cells *= (unsigned(high[d]) >> shift_) - (unsigned(low[d]) >> shift_) + 1;
+        cells *= (unsigned(high[d]) >> grids_[0].shift) - (unsigned(low[d]) >> grids_[0].shift) + 1;
     return cells;
 }
 

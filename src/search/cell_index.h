@@ -13,6 +13,21 @@
 
 namespace kz3::lattiq::detail {
 
+/// Fixed room for what a search finds or has yet to do; beyond it the search gives up.
+template <typename T, unsigned Room>
+struct fixed_list {
+    static constexpr unsigned room = Room;
+    T list[Room];
+    unsigned count = 0;
+
+    bool add(const T& one)
+    {
+        if (count == Room) return false;
+        list[count++] = one;
+        return true;
+    }
+};
+
 /// Nodes sorted into cubic cells, for finding those near a point without walking a tree.
 ///
 /// Coordinates are held as whole numbers of a small unit, counted from the lowest corner of the
@@ -27,32 +42,32 @@ class cell_index {
 public:
     using point = vector_fixed<double, Dim>;
 
-    /// A node that can be in a box, or the nearest.
+    /// A node that can be in a box.
     struct candidate {
         unsigned entry; ///< its column of the tree's entries
         unsigned node;
         bool certain; ///< strictly inside, whatever its coordinates are rounded to
     };
+    using box_candidates = fixed_list<candidate, 256>;
 
-    /// Fixed room for what a search finds; beyond it the search gives up.
-    template <unsigned Room>
-    struct candidates {
-        static constexpr unsigned room = Room;
-        candidate list[Room];
-        unsigned count = 0;
-
-        bool add(const candidate& one)
-        {
-            if (count == Room) return false;
-            list[count++] = one;
-            return true;
-        }
+    /// A node that can be the nearest.
+    struct neighbour {
+        unsigned node;
+        unsigned place; ///< in the index
     };
-    using box_candidates = candidates<256>;
-    using nearest_candidates = candidates<32>;
+    struct neighbours : fixed_list<neighbour, 32> {
+        unsigned rejected_place = NO_NODE; ///< of the rejected node, if met
+    };
+
+    /// Where a node stands in the tree.
+    struct order {
+        unsigned entry;
+        visit_mark mark;
+    };
 
     /// The index of the nodes of a tree in the order of its entries, or null where their coordinates
-    /// are not numbers, are infinite or reach too far for the unit, or memory is exhausted.
+    /// are not numbers, are infinite or reach too far for the unit, where there are too many nodes for
+    /// visit_mark, or memory is exhausted.
     static std::shared_ptr<const cell_index> make(const placed_node<Dim>* nodes, unsigned n);
 
     /// All nodes of the closed box from lo to hi, and maybe some on its boundary. False if there is
@@ -62,7 +77,9 @@ public:
     /// All nodes but `rejected` whose distance from q exceeds the least by up to 2^-46 times the
     /// largest coordinate of q and that distance, and maybe some more. False if that would take long,
     /// q is too far away, or there is no room; also if there is no node.
-    bool find_nearest(const point& q, unsigned rejected, nearest_candidates& found) const;
+    bool find_nearest(const point& q, unsigned rejected, neighbours& found) const;
+
+    const order& order_of(unsigned place) const { return orders_[place]; }
 
 private:
     using corner = std::array<std::int32_t, Dim>;
@@ -72,51 +89,62 @@ private:
         unsigned node;
     };
 
-    // A cell cut in halves: part k is the upper one along axis d where bit d of k is set.
-    struct cut {
-        static constexpr unsigned parts = 1u << Dim;
-        unsigned starts[parts + 1] = {};
-        unsigned cuts[parts] = {}; // of the parts in cuts_, or 0
-    };
-
-    // A part of nodes_ to be sorted into a cut, whose parts have edges of 2^shift units.
-    struct part {
-        unsigned first;
-        unsigned last;
+    // Cells side by side with edges of 2^shift units: of the whole box, or within one cell.
+    struct grid {
         unsigned shift;
-        unsigned link;
+        std::array<unsigned, Dim> cells; // along each axis
+        std::size_t first;               // of its cells in starts_
+        std::size_t first_link;          // of its cells in links_, or no_links
+    };
+    static constexpr std::size_t no_links = std::size_t(-1);
+
+    // A grid to be searched, and where it begins.
+    struct region {
+        unsigned grid;
+        corner origin;
     };
 
+    // Cells of a grid side by side along the first axis.
+    struct row {
+        std::size_t cell; // the first, counted within the grid
+        unsigned cells;
+        unsigned first; // of their nodes
+        unsigned last;
+        corner low;
+        std::int32_t edge;
+    };
+
+    struct box_search;
     struct nearest_search;
 
     bool frame_nodes(const placed_node<Dim>* nodes, unsigned n);
     bool choose_cells(const point& high, unsigned n);
     void sort_into_cells(const placed_node<Dim>* nodes, unsigned n);
-    void cut_full_cells();
-    void cut_part(const part& whole_part, std::vector<part>& pending);
+    bool all_at_one_place(unsigned first, unsigned last) const;
+    void cut_full_cells(unsigned g);
+    void cut_cell(unsigned first, unsigned last, unsigned shift);
     std::int32_t whole(double x, unsigned d) const;
     std::int32_t bound(double x, unsigned d) const;
-    std::size_t cell_of(const corner& at) const;
+    std::size_t cell_of(const grid& of, const corner& at) const;
     unsigned edge_around(const corner& at) const;
     std::size_t cells_between(const corner& low, const corner& high) const;
     template <typename Scan>
-    void scan_box(const corner& low, const corner& high, Scan&& scan) const;
+    bool scan_box(const corner& low, const corner& high, Scan&& scan) const;
+    row row_of(const region& of, const std::array<unsigned, 3>& cell, unsigned end) const;
     template <typename Scan>
-    void scan_cut(unsigned link, const std::array<unsigned, 3>& cell, const corner& low,
-                  const corner& high, Scan&& scan) const;
+    bool scan_rows(const fixed_list<row, 16>& rows, const region& of, Scan& scan,
+                   fixed_list<region, 1000>& pending) const;
 
     static constexpr std::size_t cells_at_most = 1000; // searched at once
 
     point base_{};
-    double scale_ = 0;   // units per length
-    unsigned shift_ = 0; // a cell of the grid has an edge of 2^shift_ units
-    corner top_{};       // the largest coordinates
-    std::array<unsigned, Dim> cells_{};
+    double scale_ = 0; // units per length
+    corner top_{};     // the largest coordinates
     std::vector<stored> nodes_;
-    std::vector<unsigned> entries_; // of nodes_
-    std::vector<unsigned> starts_;  // of the cells of the grid in nodes_, and the end
-    std::vector<unsigned> links_;   // of the cells of the grid in cuts_; empty if none is cut
-    std::vector<cut> cuts_;         // the first is none
+    std::vector<order> orders_;    // of nodes_
+    std::vector<grid> grids_;      // the first is of the whole box
+    std::vector<unsigned> starts_; // of the cells of each grid in nodes_, and the end of the grid
+    std::vector<unsigned> links_;  // for each cell of some grids: the grid within, or 0
 };
 
 extern template class cell_index<2>;

@@ -16,8 +16,17 @@ struct subtree {
     unsigned first;
     unsigned last;
     unsigned axis;
+    unsigned rank;   // of its first entry in the order of visits
     double low[Dim]; // no node is below these
 };
+
+template <unsigned Dim>
+visit_mark mark_of(const placed_node<Dim>& root, const subtree<Dim>& at)
+{
+    unsigned bounded = 0;
+    for (unsigned d = 0; d < Dim; ++d) bounded |= unsigned(root.p[d] == at.low[d]) << d;
+    return {at.rank, at.axis, bounded};
+}
 
 // Moves the nodes of [first, last) whose coordinate is below the split value before the others; both
 // keep their order. Returns the first of the others. Each node is written to both sides, as a jump
@@ -47,7 +56,7 @@ std::size_t lay_out_tree(placed_node<Dim>* nodes, unsigned n, placed_node<Dim>* 
                          unsigned* entries)
 {
     pending_stack<subtree<Dim>, 64> pending;
-    subtree<Dim> at{0, n, 0, {}};
+    subtree<Dim> at{0, n, 0, 0, {}};
     std::fill_n(at.low, Dim, -std::numeric_limits<double>::infinity());
     std::size_t compared = 0;
     for (;;) {
@@ -65,9 +74,12 @@ std::size_t lay_out_tree(placed_node<Dim>* nodes, unsigned n, placed_node<Dim>* 
             words[0] = nodes[root].node;
             words[1] = right != at.first ? at.first : NO_NODE;
             words[2] = right != at.last ? right : NO_NODE;
+            nodes[root].mark = mark_of<Dim>(nodes[root], at);
 
+            ++at.rank;
             subtree<Dim> upper = at;
             upper.first = right;
+            at.rank += at.last - right;
             upper.low[at.axis] = std::max(at.low[at.axis], split);
             upper.axis = at.axis = at.axis + 1 == Dim ? 0 : at.axis + 1;
             at.last = right;

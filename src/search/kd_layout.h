@@ -4,11 +4,36 @@
 
 namespace kz3::lattiq::detail {
 
+/// Where an entry stands in a search that visits the entry, then its right subtree, then its left one.
+class visit_mark {
+public:
+    static constexpr unsigned most_entries = 1u << 27; ///< that can be told apart
+
+    visit_mark() = default;
+    visit_mark(unsigned rank, unsigned axis, unsigned bounded)
+        : word_(rank << 5 | axis << 3 | bounded)
+    {
+    }
+
+    /// Number of entries visited before.
+    unsigned rank() const { return word_ >> 5; }
+
+    /// The axis on which the entry splits.
+    unsigned axis() const { return word_ >> 3 & 3u; }
+
+    /// Whether it stands right of an entry that splits axis d at the very coordinate of its own node.
+    bool bounded(unsigned d) const { return (word_ >> d & 1u) != 0; }
+
+private:
+    unsigned word_;
+};
+
 /// A node with its coordinates, to be moved about without a look at the caller's matrix.
 template <unsigned Dim>
 struct placed_node {
     double p[Dim];
     unsigned node;
+    visit_mark mark; ///< set where the tree is laid out; of no use beyond most_entries
 };
 
 /// Builds the k-d tree that inserting nodes one by one would build, and numbers its entries so that

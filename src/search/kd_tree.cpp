@@ -11,7 +11,9 @@
 #include "core/prefetch.h"
 #include "search/cell_index.h"
 #include "search/kd_layout.h"
+#include "search/nearest_tie.h"
 #include "search/pending_stack.h"
+#include "search/point_tests.h"
 
 namespace kz3::lattiq::detail {
 namespace {
@@ -19,37 +21,6 @@ namespace {
 constexpr unsigned rows_of_entry = 3;
 constexpr double farthest = std::numeric_limits<double>::max();
 constexpr std::size_t least_load = 32; // a shorter list is as fast one by one
-
-// Which of two nodes is nearer may hang on the last bit, so the order of the sums is fixed.
-template <unsigned Dim>
-double squared_distance(const double* p, const vector_fixed<double, Dim>& q)
-{
-    const double dx = p[0] - q[0];
-    const double dy = p[1] - q[1];
-    if constexpr (Dim == 2) {
-        return dy * dy + dx * dx;
-    } else {
-        const double dz = p[2] - q[2];
-        return dz * dz + (dx * dx + dy * dy);
-    }
-}
-
-template <unsigned Dim>
-bool is_inside(const double* p, const vector_fixed<double, Dim>& lo,
-               const vector_fixed<double, Dim>& hi)
-{
-    for (unsigned d = 0; d < Dim; ++d)
-        if (!(p[d] >= lo[d]) || p[d] > hi[d]) return false;
-    return true;
-}
-
-template <unsigned Dim>
-bool is_within(const double* p, const vector_fixed<double, Dim>& q, double r)
-{
-    for (unsigned d = 0; d < Dim; ++d)
-        if (!(p[d] >= q[d] - r) || !(p[d] <= q[d] + r)) return false;
-    return true;
-}
 
 } // namespace
 
@@ -124,7 +95,7 @@ std::uint32_t node_kd_tree<Dim>::load(std::span<const unsigned> nodes)
 {
     using placed = placed_node<Dim>;
     const std::unique_ptr<placed[]> list(new (std::nothrow) placed[nodes.size()]);
-    const std::unique_ptr<placed[]> spare(new (std::nothrow) placed[nodes.size()]);
+    std::unique_ptr<placed[]> spare(new (std::nothrow) placed[nodes.size()]);
     if (!list || !spare) return 0;
     unsigned n = 0;
     for (std::size_t k = 0; k < nodes.size(); ++k) {
@@ -142,6 +113,7 @@ std::uint32_t node_kd_tree<Dim>::load(std::span<const unsigned> nodes)
         entries.clear();
         return 0;
     }
+    spare.reset(); // to make room for the index
     index_ = cell_index<Dim>::make(list.get(), n);
     return n;
 }
@@ -176,7 +148,7 @@ template <unsigned Dim>
 auto node_kd_tree<Dim>::look_up(const point& q, node_filter filter) const -> hint
 {
     const hint nothing{false, {NO_NODE, farthest}};
-    typename cell_index<Dim>::nearest_candidates near;
+    typename cell_index<Dim>::neighbours near;
     if (!index_ || !index_->find_nearest(q, filter.rejected, near)) return nothing;
     if (near.count == 1) return {true, {near.list[0].node, 0}};
 
@@ -195,19 +167,43 @@ auto node_kd_tree<Dim>::look_up(const point& q, node_filter filter) const -> hin
         const double radius = distance + blurs * blur;
         return squares[k] <= radius * radius;
     };
+    nearest_tie<Dim> tie(q);
     unsigned node = NO_NODE;
-    bool tie = false;
+    bool alone = true;
     for (unsigned k = 0; k < near.count; ++k) {
         if (!within(k, 2)) continue;
         if (!within(k, 1)) return nothing;
-        tie = tie || (node != NO_NODE && node != near.list[k].node);
+        alone = alone && (node == NO_NODE || node == near.list[k].node);
         node = near.list[k].node;
+        const auto& order = index_->order_of(near.list[k].place);
+        tie.add({column(*coords, node), squares[k], node, order, false});
     }
-    if (!tie) return {true, {node, 0}};
+    if (!alone) node = mark_path(q, near.rejected_place, filter, tie) ? tie.winner() : NO_NODE;
+    if (node != NO_NODE) return {true, {node, 0}};
     return {false, {NO_NODE, distance + 1.5 * blur}};
 }
 
-// The way insertion went, to have a small radius before the search around the point starts.
+// Marks the nodes of a tie that stand on the path from the root towards q, if that is the position of
+// the rejected node: insertion led this node to its entry, so down to there the path is what stands
+// above the entry. False if q is elsewhere.
+template <unsigned Dim>
+bool node_kd_tree<Dim>::mark_path(const point& q, unsigned place, node_filter filter,
+                                  nearest_tie<Dim>& tie) const
+{
+    if (place == NO_NODE) return false;
+    const double* p = column(*coords, filter.rejected);
+    if (!std::equal(p, p + Dim, q.data)) return false;
+    const auto& here = index_->order_of(place);
+    if (!tie.mark_above(here)) return true; // nothing below
+    unsigned i = entry(here.entry).right;   // where what is equal goes
+    for (unsigned axis = next(here.mark.axis()); i < size(); axis = next(axis)) {
+        tie.mark(i);
+        const tree_entry at = entry(i);
+        i = column(*coords, at.node)[axis] > q[axis] ? at.left : at.right;
+    }
+    return true;
+}
+
 template <unsigned Dim>
 auto node_kd_tree<Dim>::descend(const point& q, node_filter filter) const -> nearest
 {

@@ -14,6 +14,8 @@ namespace kz3::lattiq::detail {
 
 template <unsigned Dim>
 class cell_index;
+template <unsigned Dim>
+class nearest_tie;
 
 /// Which nodes a nearest query may return: all of them, or all but one.
 struct node_filter {
@@ -75,9 +77,9 @@ public:
     /// Stores the nodes of a list one after the other. Returns how many; the others are no columns.
     ///
     /// Into an empty tree a longer list is loaded at once, into the very tree that one node after the
-    /// other would make, with entries numbered otherwise and an index beside, which
-    /// makes queries faster and takes about 21 bytes per entry (17 in 2-D). The next node stored
-    /// drops the index. What memory is exhausted for is done without.
+    /// other would make, with entries numbered otherwise, and with an index beside for the queries.
+    /// The next node stored drops the index. If memory is exhausted for either, nodes are stored one
+    /// after the other, or there is no index.
     std::uint32_t insert_nodes(std::span<const unsigned> nodes);
 
     /// The node nearest to q of those the filter accepts, or NO_NODE.
@@ -113,6 +115,7 @@ private:
     unsigned append_entry(unsigned node);
     std::uint32_t load(std::span<const unsigned> nodes);
     hint look_up(const point& q, node_filter filter) const;
+    bool mark_path(const point& q, unsigned place, node_filter filter, nearest_tie<Dim>& tie) const;
     bool look_up_box(const point& lo, const point& hi, dense1D<unsigned>& out) const;
     void walk_box(const point& lo, const point& hi, dense1D<unsigned>& out) const;
     nearest descend(const point& q, node_filter filter) const;

@@ -39,10 +39,10 @@ double sign(std::mt19937& random)
 
 struct cloud {
     const char* name;
-    coordinate at;      // of a node
-    double length;      // of a typical distance between neighbours
-    double centre = 0;  // nodes are moved by so much
-    bool shell = false; // at distances from the centre that hardly differ
+    coordinate at;     // of a node
+    double length;     // of a typical distance between neighbours
+    double centre = 0; // nodes are moved by so much
+    enum { as_drawn, shell, hollow } shape = as_drawn;
 };
 
 const cloud clouds_with_ties[] = {
@@ -51,8 +51,9 @@ const cloud clouds_with_ties[] = {
     {"LatticeOfTenths", [](auto& r) { return double(r() % 10) / 10; }, 0.1},
     {"LatticeOfHundredthsFarOut", [](auto& r) { return double(r() % 10) / 100; }, 0.01, 4711},
     {"NearLattice", [](auto& r) { return double(r() % 8) * (1 + double(r() % 4) * 0x1p-52); }, 1},
-    {"Shell", [](auto& r) { return unit(r) - 0.5; }, 0.1, 0, true},
-    {"ShellFarOut", [](auto& r) { return unit(r) - 0.5; }, 0.1, 1e6, true},
+    {"Shell", [](auto& r) { return unit(r) - 0.5; }, 0.1, 0, cloud::shell},
+    {"ShellFarOut", [](auto& r) { return unit(r) - 0.5; }, 0.1, 1e6, cloud::shell},
+    {"HollowCube", [](auto& r) { return unit(r) - 0.5; }, 0.1, 0, cloud::hollow},
     {"Clusters",
      [](auto& r) { return double(r() % 3) + std::pow(10.0, -1.0 - double(r() % 9)) * unit(r); },
      1e-4},
@@ -84,7 +85,9 @@ dense2D<double> nodes_of(const cloud& of, unsigned n, std::mt19937& random)
             length += pos(d, j) * pos(d, j);
         }
         for (unsigned d = 0; d < Dim; ++d) {
-            if (of.shell) pos(d, j) /= std::sqrt(length);
+            if (of.shape == cloud::shell) pos(d, j) /= std::sqrt(length);
+            if (of.shape == cloud::hollow && length < 0.33) // out of a sphere, into the corners
+                pos(d, j) = std::clamp(pos(d, j) * 0.57 / std::sqrt(length), -0.5, 0.5);
             pos(d, j) += of.centre;
         }
     }

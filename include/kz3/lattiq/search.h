@@ -22,9 +22,10 @@ class node_kd_tree;
 ///
 /// A detector is empty or holds a k-d tree over some columns of a coordinates matrix of 2 or 3 rows.
 /// It keeps the address of that matrix and reads it in every query: the matrix must outlive the
-/// detector and must not change while it is in use. Of each node indexed it keeps 12 bytes, and
-/// another 21 (17 in the plane) of a list of 32 or more indexed at once, by which it answers faster;
-/// copies share these, and the next insertion gives them up.
+/// detector and must not change while it is in use. Of each node indexed it keeps 12 bytes;
+/// of a list of 32 or more that goes into an empty detector another 24 (20 in the plane) and, for the
+/// cells it is sorted into, 1 to 12: this makes queries faster. Copies share them, and the next
+/// insertion gives them up.
 ///
 /// Queries go by the coordinates' dimension: with 2 rows a third component is ignored, with 3 rows a
 /// missing third component is 0. They only read, so that several threads may query one detector while
