@@ -2,6 +2,7 @@
 #include <kz3/lattiq/core.h>
 
 #include "connectivity/separate.h"
+#include "connectivity/write_face.h"
 #include "core/column.h"
 #include "core/element_table.h"
 #include "core/out_of_memory.h"
@@ -19,18 +20,19 @@ size_t count_faces(const dense2D<unsigned>& connectM)
     return faces;
 }
 
-/// A triangle in a matrix of 4 rows leaves the last one as it is.
+/// Every element of the boundaries, whose columns stand one behind the other.
 template <element_type Type>
 void write_faces(const dense2D<unsigned>& connectM, dense2D<unsigned>& boundaries)
 {
-    size_t j = 0;
+    unsigned* face = column(boundaries, 0);
     for (size_t e = 0; e < connectM.cols; ++e) {
         const unsigned* node = column(connectM, e);
-        const element_kind& kind = column_kind<Type>(node);
-        for (unsigned f = 0; f < kind.faces; ++f) {
-            unsigned* face = column(boundaries, j++);
-            for (unsigned k = 0; k < kind.face_nodes[f]; ++k) face[k] = node[kind.face_rows[f][k]];
-        }
+        with_column_kind<Type>(node, [&](auto kind) {
+            for_each_face<kind>([&](auto f) {
+                write_face<Type, kind, f>(node, face);
+                face += find_faced_type(Type)->boundary_rows;
+            });
+        });
     }
 }
 
@@ -50,7 +52,7 @@ int get_element_boundaries(const dense2D<unsigned>& connectM, element_type type,
 
     bool done = false;
     with_faced_type(type, [&](auto constant) {
-        done = boundaries.resize(faced->boundary_rows, count_faces<constant>(connectM), NO_NODE);
+        done = boundaries.resize(faced->boundary_rows, count_faces<constant>(connectM));
         if (done) write_faces<constant>(connectM, boundaries);
     });
     return done ? 0 : out_of_memory;

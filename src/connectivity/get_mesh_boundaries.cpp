@@ -1,9 +1,8 @@
-#include <algorithm>
-
 #include <kz3/lattiq/connectivity.h>
 #include <kz3/lattiq/core.h>
 
 #include "connectivity/separate.h"
+#include "connectivity/write_face.h"
 #include "core/column.h"
 #include "core/element_table.h"
 #include "core/out_of_memory.h"
@@ -21,27 +20,30 @@ size_t count_free_faces(const dense2D<unsigned>& connectM, const dense2D<unsigne
     size_t faces = 0;
     for (size_t e = 0; e < connectM.cols; ++e) {
         const unsigned* neighbor = column(neighbors, e);
-        const element_kind& kind = column_kind<Type>(column(connectM, e));
-        faces += size_t(std::count(neighbor, neighbor + kind.faces, no_neighbor));
+        with_column_kind<Type>(column(connectM, e), [&](auto kind) {
+            for_each_face<kind>([&](auto f) { faces += neighbor[f] == no_neighbor; });
+        });
     }
     return faces;
 }
 
-/// A triangle in a matrix of 4 rows leaves the last one as it is.
+/// Every element of the boundaries, whose columns stand one behind the other.
 template <element_type Type>
 void write_free_faces(const dense2D<unsigned>& connectM, const dense2D<unsigned>& neighbors,
                       dense2D<unsigned>& boundaries)
 {
-    size_t j = 0;
+    if (boundaries.cols == 0) return;
+    unsigned* face = column(boundaries, 0);
     for (size_t e = 0; e < connectM.cols; ++e) {
         const unsigned* node = column(connectM, e);
         const unsigned* neighbor = column(neighbors, e);
-        const element_kind& kind = column_kind<Type>(node);
-        for (unsigned f = 0; f < kind.faces; ++f) {
-            if (neighbor[f] != no_neighbor) continue;
-            unsigned* face = column(boundaries, j++);
-            for (unsigned k = 0; k < kind.face_nodes[f]; ++k) face[k] = node[kind.face_rows[f][k]];
-        }
+        with_column_kind<Type>(node, [&](auto kind) {
+            for_each_face<kind>([&](auto f) {
+                if (neighbor[f] != no_neighbor) return;
+                write_face<Type, kind, f>(node, face);
+                face += find_faced_type(Type)->boundary_rows;
+            });
+        });
     }
 }
 
@@ -63,7 +65,7 @@ int get_mesh_boundaries(const dense2D<unsigned>& connectM, const dense2D<unsigne
     bool done = false;
     with_faced_type(type, [&](auto constant) {
         const size_t faces = count_free_faces<constant>(connectM, neighbors);
-        done = boundaries.resize(faced->boundary_rows, faces, NO_NODE);
+        done = boundaries.resize(faced->boundary_rows, faces);
         if (done) write_free_faces<constant>(connectM, neighbors, boundaries);
     });
     return done ? 0 : out_of_memory;

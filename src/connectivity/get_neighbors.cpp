@@ -148,11 +148,7 @@ private:
         for (size_t e = first; e < last; ++e) {
             const unsigned* node = column(connectM_, e);
             with_column_kind<Type>(node, [&](auto kind) {
-                [&]<unsigned... F>(std::integer_sequence<unsigned, F...>)
-                {
-                    (add_face<kind, F>(node, e, to), ...);
-                }
-                (std::make_integer_sequence<unsigned, kind_of<kind>.faces>{});
+                for_each_face<kind>([&](auto f) { add_face<kind, f>(node, e, to); });
             });
         }
         return to;

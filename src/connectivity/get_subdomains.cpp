@@ -7,11 +7,15 @@
 
 #include "core/column.h"
 #include "core/out_of_memory.h"
+#include "core/prefetch.h"
 #include "core/stop.h"
 
 namespace kz3::lattiq {
 namespace {
 using namespace detail;
+
+// Places in the queue between an element that is walked and one whose column is asked for.
+constexpr size_t ahead = 12;
 
 // Breadth first over all that is connected with the element at order[tail]; the found part of
 // `order` is the queue itself. Elements are marked when they enter it, so that each enters once.
@@ -22,6 +26,7 @@ size_t flood(const dense2D<unsigned>& neighbors, std::vector<bool>& found, unsig
     size_t head = tail++;
     found[order[head]] = true;
     for (; head < tail; ++head) {
+        if (head + ahead < tail) prefetch(column(neighbors, order[head + ahead]));
         const unsigned* neighbor = column(neighbors, order[head]);
         for (size_t f = 0; f < neighbors.rows; ++f) {
             const unsigned e = neighbor[f];

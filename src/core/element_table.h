@@ -131,6 +131,17 @@ void with_column_kind([[maybe_unused]] const unsigned* node, Body&& body)
     }
 }
 
+/// Calls body with each local face of a kind as a constant, in order.
+template <element_type Kind, typename Body>
+void for_each_face(Body&& body)
+{
+    [&]<unsigned... F>(std::integer_sequence<unsigned, F...>)
+    {
+        (body(std::integral_constant<unsigned, F>{}), ...);
+    }
+    (std::make_integer_sequence<unsigned, kind_of<Kind>.faces>{});
+}
+
 /// Calls body with the type as a constant, an std::integral_constant. Once per matrix: what body
 /// instantiates then has its loops over faces and rows unrolled. Nothing for a type without faces.
 template <typename Body>

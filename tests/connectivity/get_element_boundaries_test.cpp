@@ -7,6 +7,7 @@
 #include <string>
 
 #include "connectivity/random_elements.h"
+#include "plain/connectivity/get_element_boundaries.h"
 #include "support/allocation.h"
 #include "support/files.h"
 #include "support/same.h"
@@ -49,6 +50,18 @@ TEST_P(ElementBoundariesOfType, StandInOrderOfElements)
         j += alone.cols;
     }
     EXPECT_EQ(j, boundaries.cols);
+}
+
+TEST_P(ElementBoundariesOfType, AgreeWithFacesListedOneByOne)
+{
+    for (unsigned seed = 0; seed < 20; ++seed)
+        for (const size_t n : {1, 2, 33, 400}) {
+            std::mt19937 random(seed);
+            const auto m = random_elements(type, n, seed * 200000000, 1000, random);
+            dense2D<unsigned> boundaries(3, 7, 5U);
+            ASSERT_EQ(get_element_boundaries(m, type, boundaries), 0);
+            ASSERT_TRUE(same(boundaries, plain::get_element_boundaries(m, type)));
+        }
 }
 
 TEST_P(ElementBoundariesOfType, AreReadFromAStridedViewThatStaysAsItWas)

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "connectivity/random_elements.h"
+#include "plain/connectivity/get_mesh_boundaries.h"
 #include "support/allocation.h"
 #include "support/same.h"
 
@@ -65,6 +66,20 @@ TEST_P(MeshBoundariesOfType, AreTheFacesWithoutANeighborInOrder)
     ASSERT_EQ(get_mesh_boundaries(m, neighbors, type, boundaries), 0);
     EXPECT_TRUE(same(boundaries, expected));
     EXPECT_GT(boundaries.cols, 0u);
+}
+
+TEST_P(MeshBoundariesOfType, AgreeWithFreeFacesListedOneByOne)
+{
+    for (unsigned seed = 0; seed < 20; ++seed)
+        for (const size_t n : {1, 2, 33, 400}) {
+            std::mt19937 random(seed);
+            const auto m = random_elements(type, n, seed * 200000000, 20, random);
+            dense2D<unsigned> neighbors;
+            ASSERT_EQ(get_neighbors(m, type, seed % 2 == 0, neighbors), 0);
+            dense2D<unsigned> boundaries(3, 7, 5U);
+            ASSERT_EQ(get_mesh_boundaries(m, neighbors, type, boundaries), 0);
+            ASSERT_TRUE(same(boundaries, plain::get_mesh_boundaries(m, neighbors, type)));
+        }
 }
 
 TEST_P(MeshBoundariesOfType, KeepTheirRowsWhereThereIsNone)
