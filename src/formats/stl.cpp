@@ -298,7 +298,7 @@ int STL_output(const char* name, const dense2D<double>& pos, const dense2D<unsig
     if (!check_IDs(connectM, ET_TRIA3, unsigned(pos.cols))) return -3; // connectM
 
     const size_t facets = connectM.empty() ? 0 : connectM.cols;
-    block_writer to(out.get());
+    block_writer to(out);
     if (ascii)
         write_text(to, pos, connectM, facets);
     else

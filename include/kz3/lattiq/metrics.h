@@ -21,7 +21,8 @@ namespace kz3::lattiq {
 ///
 /// False if an entry is infinite or NaN, but for m01 in 2-D: NaN there alone leaves two eigenvalues
 /// of half the trace. In 2-D the eigenvalues are those of eigen_pairs, in closed form, in 3-D those of
-/// LAPACK. O(1), without allocation.
+/// LAPACK, which is not called where elimination shows already that they pass. O(1), without
+/// allocation.
 KZ3_LATTIQ_API bool is_valid_metric(const symmetric_fixed<double, 2>& m);
 KZ3_LATTIQ_API bool is_valid_metric(const symmetric_fixed<double, 3>& m);
 
