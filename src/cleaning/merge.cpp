@@ -11,6 +11,7 @@
 #include "cleaning/representatives.h"
 #include "core/column.h"
 #include "core/out_of_memory.h"
+#include "core/runs.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -94,6 +95,36 @@ int merge_within_elements(const dense2D<double>& pos, dense2D<unsigned>* first,
     }
 }
 
+// Whether the entries are 0, 1, 2 and so on, as where each element brings nodes of its own.
+bool in_order(const dense2D<unsigned>* first, const dense2D<unsigned>* last)
+{
+    size_t next = 0;
+    bool ordered = true;
+    for (; first != last && ordered; ++first)
+        ordered = for_each_run(*first, [&](const unsigned* node, size_t n) {
+            if (n == 0 || node[0] != next) return false;
+            for (size_t i = 1; i < n; ++i)
+                if (node[i] != next + i) return false;
+            next += n;
+            return true;
+        });
+    return ordered && next < NO_NODE;
+}
+
+// The distinct nodes of a range in the order in which they come first.
+void list_nodes(dense1D<unsigned>& nodes, const dense2D<unsigned>* first,
+                const dense2D<unsigned>* last)
+{
+    if (!in_order(first, last)) {
+        unique_indices(nodes, first, last);
+        return;
+    }
+    size_t n = 0;
+    for (; first != last; ++first) n += first->rows * first->cols;
+    nodes.resize(n);
+    std::iota(nodes.begin(), nodes.end(), 0U);
+}
+
 int merge_range(const dense2D<double>& pos, dense1D<unsigned>& nodes, dense2D<unsigned>* first,
                 dense2D<unsigned>* last, dense1D<unsigned>& id_map, double tol)
 {
@@ -144,7 +175,7 @@ int merge(const dense2D<double>& pos, dense2D<unsigned>* first, dense2D<unsigned
     if (!(tol >= 0.0)) return -5;                  // tol, negated for NaN
     if (mode > 2) return -6;                       // mode
     dense1D<unsigned> nodes;
-    unique_indices(nodes, first, last);
+    list_nodes(nodes, first, last);
     if (nodes.size == 0) return 0;
     if (!check_IDs(nodes, unsigned(pos.cols))) return -2; // a connectivity
 

@@ -2,6 +2,7 @@
 
 #include "core/column.h"
 #include "core/out_of_memory.h"
+#include "core/prefetch.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -22,9 +23,12 @@ void walk(const dense2D<unsigned>& connectM, const node_to_element& relation,
     const unsigned* element = relation.elements.begin();
     unsigned* mark = marks.begin();
     const auto nodes = unsigned(marks.size);
+    const size_t entries = relation.elements.size;
+    constexpr size_t ahead = 16; // columns asked for early: where numbering is shuffled each is far
     for (unsigned k = 0; k < nodes; ++k) {
         mark[k] = k;
         for (unsigned i = start[k]; i < start[k + 1]; ++i) {
+            if (i + ahead < entries) prefetch(column(connectM, element[i + ahead]));
             const unsigned* node = column(connectM, element[i]);
             for (size_t r = 0; r < connectM.rows; ++r) {
                 const unsigned v = node[r];

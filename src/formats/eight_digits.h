@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 /// Digits in eights, one to a byte of a word, the first in the lowest: what makes the difference where
 /// texts hold millions of numbers. Lanes of a word are worked on at once.
@@ -59,6 +60,10 @@ inline void put(char* to, std::uint64_t characters)
 inline std::uint64_t get(const char* from)
 {
     std::uint64_t characters = 0;
+    if constexpr (std::endian::native == std::endian::little) {
+        std::memcpy(&characters, from, sizeof characters);
+        return characters;
+    }
     for (unsigned i = 0; i < 8; ++i)
         characters |= std::uint64_t(static_cast<unsigned char>(from[i])) << 8 * i;
     return characters;

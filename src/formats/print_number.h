@@ -107,8 +107,8 @@ inline std::uint64_t round_scaled(double magnitude, int power)
 inline char* print_fixed(char* to, double value)
 {
     const double magnitude = std::abs(value);
-    // negated, so that NaN takes this road too
-    if (!(magnitude < 99'999'999)) return print_any_double(to, value, std::chars_format::fixed, 6);
+    // Above, the millionths come near 2^52. Negated, so that NaN takes this road too.
+    if (!(magnitude < 4e9)) return print_any_double(to, value, std::chars_format::fixed, 6);
 
     *to = '-';
     to += std::signbit(value) ? 1 : 0;

@@ -2,17 +2,16 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <unistd.h>
 
 #include "formats/c_locale.h"
+#include "formats/plain_number.h"
 
 namespace kz3::lattiq::detail {
 
@@ -70,6 +69,10 @@ public:
         return plain_number(value) || any_number(value);
     }
 
+    /// What stands in the block already. A part of it that is plain may be read there and passed.
+    std::string_view ahead() const { return {at, std::size_t(last - at)}; }
+    void pass_to(const char* next) { at = next; }
+
 private:
     static constexpr int end_of_text = -1;
 
@@ -98,12 +101,8 @@ private:
     // Otherwise nothing is passed.
     bool plain_number(double& value)
     {
-        const char* first = at + (at != last && (*at == '-' || *at == '+'));
-        if (first == last || !(is_digit(*first) || *first == '.')) return false;
-        double magnitude = 0;
-        const auto [next, error] = std::from_chars(first, last, magnitude);
-        if (error != std::errc() || next == last || !is_space(*next)) return false;
-        value = *at == '-' ? -magnitude : magnitude;
+        const char* next = pass_plain_number(at, last, value);
+        if (next == nullptr) return false;
         at = next;
         return true;
     }

@@ -3,6 +3,7 @@
 #include <kz3/lattiq/metrics.h>
 
 #include "metrics/tensor_column.h"
+#include "metrics/validity.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -13,12 +14,16 @@ bool is_valid_size(float size)
     return size > 0 && std::isfinite(double(size));
 }
 
-bool is_valid_column(const dense2D<float>& metrics, size_t j)
+/// Whether the columns j(0) to j(n-1) exist and are valid; false at the first that is not.
+template <typename Column>
+bool are_valid_columns(const dense2D<float>& metrics, size_t n, Column j)
 {
-    bool valid = false;
-    with_dimension(metrics.rows,
-                   [&](auto dim) { valid = is_valid_metric(widen<dim>(column(metrics, j))); });
-    return valid;
+    bool valid = true;
+    const bool served = with_dimension(metrics.rows, [&](auto dim) {
+        for (size_t i = 0; valid && i < n; ++i)
+            valid = j(i) < metrics.cols && is_valid(widen<dim>(column(metrics, j(i))));
+    });
+    return served && valid;
 }
 
 } // namespace
@@ -39,19 +44,13 @@ bool are_valid_metrics(const dense1D<unsigned>& ids, const dense1D<float>& sizes
 
 bool are_valid_metrics(const dense2D<float>& metrics)
 {
-    if (metrics.rows != 3 && metrics.rows != 6) return false;
-    for (size_t j = 0; j < metrics.cols; ++j)
-        if (!is_valid_column(metrics, j)) return false;
-    return true;
+    return are_valid_columns(metrics, metrics.cols, [](size_t i) { return i; });
 }
 
 bool are_valid_metrics(const dense1D<unsigned>& ids, const dense2D<float>& metrics)
 {
     if (metrics.empty() && ids.size == 0) return true;
-    if (metrics.rows != 3 && metrics.rows != 6) return false;
-    for (size_t i = 0; i < ids.size; ++i)
-        if (ids[i] >= metrics.cols || !is_valid_column(metrics, ids[i])) return false;
-    return true;
+    return are_valid_columns(metrics, ids.size, [&](size_t i) { return ids[i]; });
 }
 
 } // namespace kz3::lattiq

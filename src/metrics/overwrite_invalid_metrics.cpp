@@ -3,6 +3,7 @@
 #include <kz3/lattiq/metrics.h>
 
 #include "metrics/tensor_column.h"
+#include "metrics/validity.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -15,7 +16,7 @@ void replace_invalid(dense2D<float>& metrics, size_t n, Replacement replacement)
 {
     for (size_t j = 0; j < n; ++j) {
         float* stored = column(metrics, j);
-        if (is_valid_metric(widen<N>(stored))) continue;
+        if (is_valid(widen<N>(stored))) continue;
         symmetric_fixed<double, N> m;
         if (replacement(j, m)) narrow(m, stored);
     }
@@ -56,7 +57,7 @@ int overwrite_invalid_metrics(dense2D<float>& metrics, const dense2D<float>& fal
     with_dimension(metrics.rows, [&](auto dim) {
         replace_invalid<dim>(metrics, n, [&](size_t j, symmetric_fixed<double, dim>& m) {
             m = widen<dim>(column(fallback, j));
-            return is_valid_metric(m);
+            return is_valid(m);
         });
     });
     return 0;

@@ -4,7 +4,7 @@
 
 #include "core/check_range.h"
 #include "core/out_of_memory.h"
-#include "quality/edge_set.h"
+#include "quality/unique_edges.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -15,14 +15,21 @@ bool takes_edges(const dense2D<unsigned>& edges)
     return edges.empty() || edges.rows == 2;
 }
 
-int append(const edge_set& set, dense2D<unsigned>& edges)
+int append(unique_edges& added, dense2D<unsigned>& edges)
 {
+    static_assert(sizeof(edge) == 2 * sizeof(unsigned));
     const size_t old = edges.empty() ? 0 : edges.cols;
-    const std::vector<edge> added = set.ordered();
+    // Columns that do not lie end to end are filled by way of a list.
+    std::vector<edge> list(old != 0 && edges.ld != 2 ? added.size() : 0);
     if (!edges.reserve(2, old + added.size())) return out_of_memory;
-    if (added.empty()) return 0;
+    if (added.size() == 0) return 0;
     if (!edges.resize(2, old + added.size())) return out_of_memory;
-    for (size_t j = 0; j < added.size(); ++j) std::copy_n(added[j].data, 2, column(edges, old + j));
+    if (edges.ld == 2) {
+        added.write(reinterpret_cast<edge*>(column(edges, old)));
+        return 0;
+    }
+    added.write(list.data());
+    for (size_t j = 0; j < list.size(); ++j) std::copy_n(list[j].data, 2, column(edges, old + j));
     return 0;
 }
 
@@ -34,9 +41,10 @@ int copy_edges(const dense2D<unsigned>& connectM, element_type type, dense2D<uns
     if (!check_matrix(connectM, type, NO_NODE)) return -1; // connectM
     if (!takes_edges(edges)) return -3;                    // edges
 
-    edge_set set;
-    set.insert_all(connectM, type);
-    return append(set, edges);
+    int kind = type;
+    const auto types = dense1D<int>::wrap(&kind, 1);
+    unique_edges added({&connectM, &connectM + 1, types});
+    return append(added, edges);
 }
 
 int copy_edges(const dense2D<unsigned>* first, const dense2D<unsigned>* last,
@@ -47,9 +55,8 @@ int copy_edges(const dense2D<unsigned>* first, const dense2D<unsigned>* last,
     if (!takes_edges(edges)) return -4;                       // edges
     if (!check_range(first, last, types, NO_NODE)) return -1; // first
 
-    edge_set set;
-    for (size_t i = 0; i < types.size; ++i) set.insert_all(first[i], element_type(types[i]));
-    return append(set, edges);
+    unique_edges added({first, last, types});
+    return append(added, edges);
 }
 
 } // namespace kz3::lattiq

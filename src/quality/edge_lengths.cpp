@@ -7,6 +7,7 @@
 
 #include "core/column.h"
 #include "core/out_of_memory.h"
+#include "core/prefetch.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -46,7 +47,15 @@ int edge_lengths(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
     }
     // Columns of no rows have no nodes to look at.
     const size_t edges = connectM.empty() ? 0 : connectM.cols;
+    constexpr size_t ahead = 12;
     for (size_t e = 0; e < edges; ++e) {
+        if (e + ahead < edges)
+            for (unsigned k = 0; k < 2; ++k) {
+                const unsigned later = column(connectM, e + ahead)[k];
+                prefetch(column(pos, later));
+                prefetch(column(lengths, later));
+                prefetch(edges_at.begin() + later);
+            }
         const unsigned* node = column(connectM, e);
         const double length = distance(column(pos, node[0]), column(pos, node[1]), pos.rows);
         for (unsigned k = 0; k < 2; ++k) {

@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "core/check_range.h"
-#include "quality/edge_set.h"
 #include "quality/point.h"
+#include "quality/unique_edges.h"
 
 namespace kz3::lattiq {
 namespace {
@@ -66,10 +66,10 @@ double field_length(const arrow<Dim>& d, const dense2D<float>& metrics, const ed
 }
 
 template <unsigned Dim, typename Field>
-void send_lengths(const dense2D<double>& pos, const edge_set& edges, const Field& field,
+void send_lengths(const dense2D<double>& pos, const std::vector<edge>& edges, const Field& field,
                   misc::histogram& hist)
 {
-    for (const edge& e : edges.ordered()) {
+    for (const edge& e : edges) {
         assert(e[0] < pos.cols && e[1] < pos.cols); // check_IDs saw every node of every edge
         hist.process(
             field_length<Dim>(difference<Dim>(column(pos, e[1]), column(pos, e[0])), field, e));
@@ -87,8 +87,9 @@ int measure(const dense2D<double>& pos, const dense2D<unsigned>* first,
     if (!check_range(first, last, types, unsigned(pos.cols))) return -2; // first
     if (!covers(field, pos.cols, pos.rows)) return 0; // a field of other nodes measures nothing
 
-    edge_set edges;
-    for (size_t i = 0; i < types.size; ++i) edges.insert_all(first[i], element_type(types[i]));
+    unique_edges met({first, last, types});
+    std::vector<edge> edges(met.size());
+    met.write(edges.data());
     if (pos.rows == 2)
         send_lengths<2>(pos, edges, field, hist);
     else

@@ -55,6 +55,19 @@ inline void take_lowest(double& lowest, double x)
     if (!(x >= lowest)) lowest = x;
 }
 
+/// The largest of values: the first of equals, and what std::max makes of NaN. Without a list in
+/// memory, so that loops over elements side by side can hold it.
+inline double largest(double a)
+{
+    return a;
+}
+
+template <typename... More>
+double largest(double a, double b, More... more)
+{
+    return largest(a < b ? b : a, more...);
+}
+
 /// x within [lowest, highest]; NaN stays.
 inline double limited(double x, double lowest, double highest)
 {

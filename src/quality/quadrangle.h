@@ -13,22 +13,34 @@ struct quadrangle {
         : edge{difference<Dim>(p[1], p[0]), difference<Dim>(p[2], p[1]),
                difference<Dim>(p[3], p[2]), difference<Dim>(p[0], p[3])}
     {
-        const double l[4] = {length(edge[0]), length(edge[1]), length(edge[2]), length(edge[3])};
-        perimeter = l[0] + l[1] + l[2] + l[3];
-        const double d1 = length(difference<Dim>(p[2], p[0]));
-        const double d2 = length(difference<Dim>(p[3], p[1]));
-        shorter = std::min(d1, d2);
-        longer = std::max(d1, d2);
-        widest = std::max(longer, std::max({l[0], l[1], l[2], l[3]}));
+        set_lengths(length(edge[0]), length(edge[1]), length(edge[2]), length(edge[3]),
+                    length(difference<Dim>(p[2], p[0])), length(difference<Dim>(p[3], p[1])));
+    }
+
+    /// From lengths of edges and diagonals that are known already.
+    quadrangle(const double* const p[4], const double (&l)[4], double d1, double d2)
+        : edge{difference<Dim>(p[1], p[0]), difference<Dim>(p[2], p[1]),
+               difference<Dim>(p[3], p[2]), difference<Dim>(p[0], p[3])}
+    {
+        set_lengths(l[0], l[1], l[2], l[3], d1, d2);
     }
 
     /// The edge that arrives at corner k; edge[k] leaves it.
     const arrow<Dim>& arriving(unsigned k) const { return edge[(k + 3) % 4]; }
 
     arrow<Dim> edge[4];
-    double perimeter;
-    double shorter, longer; // diagonals
-    double widest;          // the longest of edges and diagonals
+    double perimeter = 0.0;
+    double shorter = 0.0, longer = 0.0; // diagonals
+    double widest = 0.0;                // the longest of edges and diagonals
+
+private:
+    void set_lengths(double l0, double l1, double l2, double l3, double d1, double d2)
+    {
+        perimeter = l0 + l1 + l2 + l3;
+        shorter = d2 < d1 ? d2 : d1;
+        longer = largest(d1, d2);
+        widest = largest(longer, largest(l0, l1, l2, l3));
+    }
 };
 
 /// Lowest signed corner area against perimeter and width, between -1 and 1.
@@ -46,34 +58,40 @@ inline double flat_quadrangle_quality(const double* const p[4])
 
 /// The same from the lowest corner normal, times a factor that falls from 1 to 0 as opposite
 /// normals turn away from each other. Between 0 and 1.
+///
+/// Everything is computed and then chosen from, so that quadrangles can be measured side by side.
+inline double warped_quadrangle_quality(const quadrangle<3>& q)
+{
+    const arrow<3> n0 = cross(q.edge[3], q.edge[0]);
+    const arrow<3> n1 = cross(q.edge[0], q.edge[1]);
+    const arrow<3> n2 = cross(q.edge[1], q.edge[2]);
+    const arrow<3> n3 = cross(q.edge[2], q.edge[3]);
+    const double s0 = dot(n0, n0);
+    const double s1 = dot(n1, n1);
+    const double s2 = dot(n2, n2);
+    const double s3 = dot(n3, n3);
+
+    double corner = s0;
+    take_lowest(corner, s1);
+    take_lowest(corner, s2);
+    take_lowest(corner, s3);
+    const double ratio =
+        std::sqrt(q.shorter / q.longer) * std::sqrt(corner) / (q.perimeter * q.widest) * q.to_unit;
+    const double shape = q.longer > 0.0 ? (ratio > 1.0 ? 1.0 : ratio) : 0.0;
+
+    const double squares31 = s3 * s1;
+    const double squares02 = s0 * s2;
+    double cosine = dot(n3, n1) / std::sqrt(squares31);
+    take_lowest(cosine, dot(n0, n2) / std::sqrt(squares02));
+    const double twist = (cosine + 1.0) * 0.5;
+    const double some = squares31 > 0.0 ? twist : 0.0;
+    const double warp = squares02 > 0.0 ? some : 0.0;
+    return limited(shape * warp, 0.0, 1.0);
+}
+
 inline double warped_quadrangle_quality(const double* const p[4])
 {
-    const quadrangle<3> q(p);
-    arrow<3> normal[4];
-    double square[4];
-    for (unsigned k = 0; k < 4; ++k) {
-        normal[k] = cross(q.arriving(k), q.edge[k]);
-        square[k] = dot(normal[k], normal[k]);
-    }
-
-    double shape = 0.0;
-    if (q.longer > 0.0) {
-        double corner = square[0];
-        for (unsigned k = 1; k < 4; ++k) take_lowest(corner, square[k]);
-        shape = std::sqrt(q.shorter / q.longer) * std::sqrt(corner) / (q.perimeter * q.widest) *
-                q.to_unit;
-        if (shape > 1.0) shape = 1.0;
-    }
-
-    double warp = 0.0;
-    const double squares31 = square[3] * square[1];
-    const double squares02 = square[0] * square[2];
-    if (squares31 > 0.0 && squares02 > 0.0) {
-        double cosine = dot(normal[3], normal[1]) / std::sqrt(squares31);
-        take_lowest(cosine, dot(normal[0], normal[2]) / std::sqrt(squares02));
-        warp = (cosine + 1.0) * 0.5;
-    }
-    return limited(shape * warp, 0.0, 1.0);
+    return warped_quadrangle_quality(quadrangle<3>(p));
 }
 
 /// By the space of the coordinates: signed in two dimensions, the three-dimensional form in any

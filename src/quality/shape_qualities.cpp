@@ -4,6 +4,7 @@
 #include "core/column.h"
 #include "core/out_of_memory.h"
 #include "quality/hexahedron.h"
+#include "quality/hexahedron_block.h"
 #include "quality/wedge.h"
 
 namespace kz3::lattiq {
@@ -59,6 +60,24 @@ int fill(const dense2D<double>& pos, const dense2D<unsigned>& connectM, element_
     return 0;
 }
 
+template <unsigned Dim>
+int fill_hexahedra(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
+                   dense1D<double>& qualities)
+{
+    constexpr auto measure_one = measure<8, hexahedron_quality<Dim>>;
+    // In two rows of coordinates faces have another formula.
+    if (Dim == 2) return fill<measure_one>(pos, connectM, ET_HEXA8, qualities);
+    if (!check_IDs(connectM, ET_HEXA8, unsigned(pos.cols))) return -2; // connectM
+
+    double* quality = qualities.begin();
+    const size_t n = connectM.empty() ? 0 : connectM.cols;
+    hexahedron_block block;
+    size_t e = 0;
+    for (; e + block.width <= n; e += block.width) block.measure(pos, connectM, e, quality + e);
+    for (; e < n; ++e) quality[e] = measure_one(pos, column(connectM, e));
+    return 0;
+}
+
 /// The kind that all columns of a mixed matrix have by its number of rows alone. An 8-row solid
 /// matrix counts as hexahedra, so one with shorter elements in it is refused.
 element_type kind_by_rows(element_type type, size_t rows)
@@ -90,7 +109,7 @@ int fill_by_kind(const dense2D<double>& pos, const dense2D<unsigned>& connectM, 
     case ET_PENTA6:
         return fill<measure<6, wedge_quality<Dim>>>(pos, connectM, kind, qualities);
     case ET_HEXA8:
-        return fill<measure<8, hexahedron_quality<Dim>>>(pos, connectM, kind, qualities);
+        return fill_hexahedra<Dim>(pos, connectM, qualities);
     default:
         return -3; // type
     }

@@ -145,15 +145,12 @@ private:
         return near;
     }
 
-    // Cubes next to each other along the first axis stand in adjacent buckets. A cube without nodes
-    // of its own, where each has a bucket, gets the last one, which is empty.
+    // Cubes next to each other along the first axis stand in adjacent buckets. Where each cube with
+    // nodes has a bucket, one without gets that of the next, or an empty one behind the last.
     size_t bucket(const cube& at) const
     {
-        if (!cubes_.empty()) {
-            const auto found = std::lower_bound(cubes_.begin(), cubes_.end(), at);
-            const bool known = found != cubes_.end() && *found == at;
-            return known ? size_t(found - cubes_.begin()) : cubes_.size();
-        }
+        if (!cubes_.empty())
+            return size_t(std::lower_bound(cubes_.begin(), cubes_.end(), at) - cubes_.begin());
         return (std::uint64_t(at[0]) + std::uint64_t(at[1]) * 0x9E3779B97F4A7C15 +
                 std::uint64_t(at[2]) * 0xC2B2AE3D27D4EB4F) &
                mask_;

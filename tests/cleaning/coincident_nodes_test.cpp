@@ -114,10 +114,14 @@ TEST(CoincidentNodes, SortsWhereHashesMeet)
         pos(0, j) = pos(0, from);
         pos(1, j) = pos(1, from);
     }
-    pos(0, 77) = pos(0, 3999) = std::numeric_limits<double>::infinity();
+    // The last ones share their first coordinate.
+    pos(0, 3997) = pos(0, 3998) = pos(0, 3999) = 1;
+    pos(1, 3997) = pos(1, 3999) = 1;
+    pos(1, 3998) = 2;
+    pos(0, 77) = pos(0, 3996) = std::numeric_limits<double>::infinity();
     pos(1, 78) = std::numeric_limits<double>::quiet_NaN();
     merging m(pos);
-    std::shuffle(m.nodes.begin(), m.nodes.end(), draw);
+    std::shuffle(m.nodes.begin(), m.nodes.end() - 4, draw);
     std::map<std::pair<double, double>, unsigned> first;
     list expected;
     dense1D<unsigned> expected_map;

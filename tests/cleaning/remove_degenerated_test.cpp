@@ -180,7 +180,9 @@ TEST(RemoveDegenerated, ChangesNothingWhenTheScratchListThrows)
 {
     const std::size_t live = allocation::live_blocks();
     const auto runs = allocation::sweep<allocation::fail_new>([](std::size_t n, auto&& attempt) {
-        auto connectM = columns<unsigned>({{0, 1, 2}, {1, 3, 1}});
+        dense2D<unsigned> connectM(20, 2); // tall enough to be sorted
+        for (unsigned k = 0; k < 20; ++k) connectM(k, 0) = connectM(k, 1) = k;
+        connectM(7, 1) = 12;
         dense1D<unsigned> id_map{7};
         if (n > 1) {
             EXPECT_EQ(attempt([&] { return remove_degenerated(connectM, id_map, false); }), 1);

@@ -57,6 +57,31 @@ TEST(STLInput, DoublesTheMatricesFromFourColumns)
     }
 }
 
+// The room is made at once, but it is what doubling would have come to, from any room there was.
+TEST(STLInput, MakesTheSameRoomForBinaryFacets)
+{
+    for (const std::size_t before : {0, 3, 5, 11, 40})
+        for (std::size_t facets = 0; facets < 30; ++facets)
+            for (const std::size_t cut : {0, 1, 14, 15, 26, 27, 49}) {
+                std::string bytes = binary_head(std::uint32_t(facets + 1));
+                for (std::size_t i = 0; i <= facets; ++i) bytes += binary_collinear();
+                bytes.resize(bytes.size() - cut);
+                const temporary_file in(bytes);
+                mesh m;
+                mesh expected;
+                for (mesh* each : {&m, &expected}) {
+                    each->pos.reserve(3, before);
+                    each->connectM.reserve(3, before);
+                }
+                m.code = STL_input(in.name(), m.pos, m.connectM, binary);
+                expected.code =
+                    plain::STL_input(in.name(), expected.pos, expected.connectM, binary);
+                ASSERT_TRUE(same(m, expected));
+                ASSERT_EQ(m.pos.vec->capacity, expected.pos.vec->capacity) << facets << " " << cut;
+                ASSERT_EQ(m.connectM.vec->capacity, expected.connectM.vec->capacity);
+            }
+}
+
 TEST(STLInput, ClosesEveryFile)
 {
     const std::size_t before = open_descriptors();

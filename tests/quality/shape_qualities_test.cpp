@@ -495,6 +495,30 @@ TEST_P(ShapeQualitiesOfKind, AgreesWithTheFormulasOnNearlyFlatElements)
     compare(pos, random_elements(100, 5000));
 }
 
+// From flat to long elements, and corners moved through the bounds within which parts of them are
+// inverted, or so near to it that rounding decides.
+TEST_P(ShapeQualitiesOfKind, AgreesWithTheFormulasOnStretchedAndFoldedElements)
+{
+    constexpr unsigned count = 4001; // a number that leaves some at the end of blocks
+    dense2D<double> pos(GetParam().space, count * GetParam().rows);
+    dense2D<unsigned> connectM(GetParam().rows, count);
+    std::uniform_real_distribution<double> shift(-0.1, 0.1);
+    const double sizes[] = {1, 1e-3, 1e-6, 1e-8, 1e-12, 1e4, 1e-16};
+    for (unsigned e = 0; e < count; ++e) {
+        const double size[3] = {1, sizes[random() % 7], sizes[random() % 7]};
+        const unsigned folded = unsigned(random() % connectM.rows);
+        for (unsigned k = 0; k < connectM.rows; ++k) {
+            connectM(k, e) = e * GetParam().rows + k;
+            for (unsigned d = 0; d < pos.rows; ++d) {
+                const double corner = d < 3 ? cube(d, k) : 0.0;
+                const double at = k == folded ? 0.5 * corner + 0.3 : corner;
+                pos(d, connectM(k, e)) = (at + shift(random)) * (d < 3 ? size[d] : 1.0);
+            }
+        }
+    }
+    compare(pos, connectM);
+}
+
 TEST_P(ShapeQualitiesOfKind, AgreesWithTheFormulasOnWildNumbers)
 {
     const double wild[] = {0,      -0.0,  1,      -1,        2,        0.5,       1e-170, 1e160,

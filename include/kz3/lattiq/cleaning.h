@@ -122,7 +122,7 @@ KZ3_LATTIQ_API int merge(dense2D<double>& pos, double tol);
 ///         -2    a connectivity fails check_IDs
 ///         0     pos is empty
 ///         0     start is not below the number of nodes
-///         -199  id_map or a work array could not be sized
+///         -199  id_map could not be sized
 /// In these cases id_map is empty and all else unchanged; a call that finds every node used returns 0
 /// with the identity. O(nodes + entries of the connectivities).
 KZ3_LATTIQ_API int simplify(dense2D<double>& pos, dense2D<unsigned>* first, dense2D<unsigned>* last,
@@ -144,7 +144,8 @@ KZ3_LATTIQ_API int simplify(dense2D<double>& pos, dense2D<unsigned>& connectM);
 /// @param strict    whether NO_NODE twice counts too, as several short elements of a mixed matrix have
 /// @return the number of elements removed; there is no other result. Without memory for id_map it is
 ///         left empty, and the elements are removed all the same.
-/// O(rows log rows) per element. Nothing has changed after std::bad_alloc.
+/// O(rows squared) per element of up to 16 rows, O(rows log rows) above; only there a list of one
+/// column is allocated. Nothing has changed after std::bad_alloc.
 KZ3_LATTIQ_API int remove_degenerated(dense2D<unsigned>& connectM, dense1D<unsigned>& id_map,
                                       bool strict);
 

@@ -194,9 +194,9 @@ KZ3_LATTIQ_API int vtk_output(std::FILE* stream, const dense2D<double>& pos, uns
 ///         -5    the number of matrices is not the size of types
 ///         -3    a matrix with elements fails check_IDs for its type and the columns of pos
 ///         -2    a matrix with elements is of ET_NODE
-///         -199  no memory to tell a mixed matrix apart or for the cells
+///         -199  no memory to tell a mixed matrix apart
 /// The file is opened first: it is untouched on -1 and emptied on every other negative result. A
-/// failed write goes unreported. O(size of pos and matrices); holds all cells in memory.
+/// failed write goes unreported. O(size of pos and matrices); copies mixed matrices only.
 KZ3_LATTIQ_API int vtk_output(const char* file, const dense2D<double>& pos,
                               const dense2D<unsigned>* first, const dense2D<unsigned>* last,
                               const dense1D<int>& types);

@@ -88,7 +88,8 @@ KZ3_LATTIQ_API int shape_qualities(const dense2D<double>& pos, const dense2D<uns
 ///         -3    edges is not empty and has other than 2 rows
 ///         -199  edges could not be grown
 /// On a negative result edges is unchanged; so it is after std::bad_alloc, thrown where a work table
-/// finds no memory. O(cols), with tables of about 40 bytes per distinct edge.
+/// finds no memory. O(cols), with tables of 4 bytes per edge of an element and 8 per node; where IDs are
+/// sparse, of about 40 bytes per distinct edge.
 KZ3_LATTIQ_API int copy_edges(const dense2D<unsigned>& connectM, element_type type,
                               dense2D<unsigned>& edges);
 
