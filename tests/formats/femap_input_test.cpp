@@ -719,6 +719,33 @@ TEST(FEMAPInput, ReadsMutatedFilesAsThePlainReaderDoes)
     EXPECT_GT(read_files, 1000);
 }
 
+TEST(FEMAPInput, ReadsRandomFieldsAsThePlainReaderDoes)
+{
+    const std::string letters = "00112233445566778899.eE+- x";
+    const std::string ids[] = {"0", "7", "42"};
+    std::mt19937 random(77);
+    const auto add_field = [&](std::string& line, std::size_t longest) {
+        for (std::size_t n = random() % (longest + 1); n > 0; --n)
+            line += letters[random() % letters.size()];
+        line += ',';
+    };
+    for (int round = 0; round < 3000; ++round) {
+        std::string record = "7,";
+        add_field(record, 12);
+        record += "0,32,4,1,0,0,0,0,0,0,0,\n";
+        for (int k = 0; k < 20; ++k) {
+            add_field(record, random() % 2 ? 1 : 22);
+            if (k % 10 == 9) record += '\n';
+        }
+        record += "\n\n\n\n";
+        std::string xyz;
+        for (const std::size_t longest : {20U, 9U, 25U}) add_field(xyz, longest);
+        const std::string text = nodes(node(ids[random() % 3], xyz)) + elements(record);
+        ASSERT_EQ(compare(text, false), outcome::read) << text;
+        if (HasFailure()) return;
+    }
+}
+
 TEST(FEMAPInput, ReadsRandomBytesAsNothing)
 {
     std::mt19937 random(5);

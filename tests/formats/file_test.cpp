@@ -1,5 +1,6 @@
 #include "formats/file.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -121,6 +122,63 @@ TEST(BlockWriter, KeepsOrderAcrossBlocksAndPiecesLargerThanABlock)
         }
     });
     EXPECT_TRUE(got == expected);
+}
+
+TEST(BlockWriter, RepeatsATextWithinAndAcrossBlocks)
+{
+    for (const std::size_t length : {1U, 3U, 7U, 1000U, 4096U})
+        for (const std::size_t times : {0U, 1U, 2U, 5U, 1365U, 1366U, 100000U}) {
+            if (length * times > 1000000) continue;
+            std::string text;
+            for (std::size_t i = 0; i < length; ++i) text += char('a' + i % 26);
+            std::string expected = "begin";
+            for (std::size_t i = 0; i < times; ++i) expected += text;
+            EXPECT_TRUE(written([&](block_writer& to) {
+                            to.text("begin").repeat(text, times).text("end");
+                        }) == expected + "end")
+                << length << " " << times;
+        }
+}
+
+TEST(BlockWriter, TakesWhatIsPrintedIntoItsBlock)
+{
+    std::string expected;
+    const std::string got = written([&](block_writer& to) {
+        for (std::size_t n = 0; n <= block_writer::room; n += 31) {
+            to.print([=](char* at) { return std::fill_n(at, n, char('a' + n % 26)); });
+            expected += std::string(n, char('a' + n % 26));
+        }
+    });
+    EXPECT_TRUE(got == expected);
+}
+
+TEST(BlockWriter, WritesAFileThatItTakesPastTheBuffer)
+{
+    const temporary_file name;
+    std::string expected;
+    {
+        const file out(name.name(), "w");
+        ASSERT_TRUE(out);
+        block_writer to(out);
+        for (int i = 0; i < 40000; ++i) {
+            to.integer(i, 7);
+            char s[16];
+            std::snprintf(s, sizeof s, "%7d", i);
+            expected += s;
+        }
+        EXPECT_TRUE(to.ok());
+        EXPECT_EQ(name.read(), expected.substr(0, expected.size() / 65536 * 65536));
+    }
+    EXPECT_EQ(name.read(), expected);
+}
+
+TEST(BlockWriter, ReportsAFullDeviceAtOnceWhereNothingIsHeldBack)
+{
+    file out("/dev/full", "w");
+    ASSERT_TRUE(out);
+    block_writer to(out);
+    EXPECT_FALSE(to.text("short").flush());
+    EXPECT_TRUE(out.close());
 }
 
 TEST(BlockWriter, WritesItsRestWhenItGoes)

@@ -64,17 +64,6 @@ testing::AssertionResult agrees(double x)
     return testing::AssertionSuccess();
 }
 
-TEST(PrintNumber, SplitsEightDigits)
-{
-    std::mt19937 random(20240511);
-    for (int i = 0; i < 200000; ++i) {
-        const std::uint32_t n = i < 20000 ? unsigned(i) : unsigned(random() % 100'000'000);
-        char s[8];
-        put(s, eight_digits(n) | zeros);
-        ASSERT_EQ(std::string(s, 8), runtime("%08u", n));
-    }
-}
-
 TEST(PrintNumber, PrintsIntegersOfEveryLength)
 {
     for (std::uint64_t power = 1; power <= 10'000'000'000; power *= 10)

@@ -486,6 +486,20 @@ TEST_F(VtkOutput, AgreesWithThePlainPrintingOnRandomMeshes)
     }
 }
 
+// More cells than one block of output holds, of one kind and of two cells to an element.
+TEST_F(VtkOutput, AgreesWithThePlainPrintingOnManyElements)
+{
+    const temporary_file expected;
+    plain::random_mesh mesh(2024);
+    const auto pos = mesh.nodes(3, 12000);
+    for (const int type : {ET_TETRA4, ET_TETRA10, ET_HEXA27}) {
+        const auto m = mesh.elements(type, 12000, 20000);
+        ASSERT_EQ(write(pos, {m}, dense1D<int>(1, type)), 0);
+        plain::vtk_output(expected.name(), pos, {m}, {type});
+        ASSERT_TRUE(same_text(file.read(), expected.read())) << type;
+    }
+}
+
 TEST_F(VtkOutput, SurvivesExhaustedMemory)
 {
     const auto pos = triangle();

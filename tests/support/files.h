@@ -74,7 +74,9 @@ inline testing::AssertionResult same_text(const std::string& a, const std::strin
 /// The content of a file of tests/formats/golden.
 inline std::string golden(const std::string& name)
 {
-    return read_text(std::string(LATTIQ_SOURCE_DIR) + "/tests/formats/golden/" + name);
+    std::string path = LATTIQ_SOURCE_DIR "/tests/formats/golden/";
+    path += name;
+    return read_text(path);
 }
 
 /// File descriptors that the process holds open.
