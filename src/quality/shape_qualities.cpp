@@ -4,7 +4,7 @@
 #include "core/column.h"
 #include "core/out_of_memory.h"
 #include "quality/hexahedron.h"
-#include "quality/hexahedron_block.h"
+#include "quality/measure_hexahedra.h"
 #include "quality/wedge.h"
 
 namespace kz3::lattiq {
@@ -64,17 +64,11 @@ template <unsigned Dim>
 int fill_hexahedra(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                    dense1D<double>& qualities)
 {
-    constexpr auto measure_one = measure<8, hexahedron_quality<Dim>>;
     // In two rows of coordinates faces have another formula.
-    if (Dim == 2) return fill<measure_one>(pos, connectM, ET_HEXA8, qualities);
+    if (Dim == 2)
+        return fill<measure<8, hexahedron_quality<2>>>(pos, connectM, ET_HEXA8, qualities);
     if (!check_IDs(connectM, ET_HEXA8, unsigned(pos.cols))) return -2; // connectM
-
-    double* quality = qualities.begin();
-    const size_t n = connectM.empty() ? 0 : connectM.cols;
-    hexahedron_block block;
-    size_t e = 0;
-    for (; e + block.width <= n; e += block.width) block.measure(pos, connectM, e, quality + e);
-    for (; e < n; ++e) quality[e] = measure_one(pos, column(connectM, e));
+    if (!connectM.empty()) measure_hexahedra(pos, connectM, longest_vectors(), qualities.begin());
     return 0;
 }
 

@@ -6,6 +6,7 @@
 #include <kz3/lattiq/quality.h>
 
 #include "plain/quality/shape_qualities.h"
+#include "quality/measure_hexahedra.h"
 #include "quality/point.h"
 #include "support/allocation.h"
 #include "support/same.h"
@@ -435,6 +436,19 @@ protected:
         for (size_t e = 0; e < connectM.cols; ++e)
             expected[e] = plain::shape_quality(pos, connectM, type, e);
         EXPECT_TRUE(same(qualities, expected));
+        if (type == ET_HEXA8 && pos.rows >= 3) compare_vectors(pos, connectM, expected);
+    }
+
+    /// Whatever this processor has, the shorter vectors are tried too, which others use.
+    static void compare_vectors(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
+                                const dense1D<double>& expected)
+    {
+        using detail::vectors;
+        for (const vectors length : {vectors::of_two, detail::longest_vectors()}) {
+            dense1D<double> qualities(connectM.cols);
+            detail::measure_hexahedra(pos, connectM, length, qualities.begin());
+            EXPECT_TRUE(same(qualities, expected)) << "vectors " << int(length);
+        }
     }
 
     dense2D<unsigned> random_elements(unsigned nodes, unsigned count)
