@@ -125,7 +125,7 @@ private:
                 most = largest(most, dot(ray(k, l), ray(k, l)));
             }
             cube_[l] = most * std::sqrt(most);
-            passed_[l] = most > 1e-30 ? (most < 1e30 ? 1.0 : 0.0) : 0.0;
+            passed_[l] = is_sure_size(most) ? 1.0 : 0.0;
         }
     }
 
@@ -166,40 +166,8 @@ private:
             double lowest = face_[l];
             take_lowest(lowest, quality[l]);
             face_[l] = lowest;
-            const double limit = 1e-11 * (cube_[l] * cube_[l]);
-            passed_[l] = quality[l] * twist[l] > limit ? passed_[l] : 0.0;
+            passed_[l] = quality[l] * twist[l] > sure_product(cube_[l]) ? passed_[l] : 0.0;
         }
-    }
-
-    /// A number whose product with the quality of a face, where above 1e-11 R^6, makes sure that the
-    /// pyramid on that face, seen from the centre, is measured above 1e-12; or 0. `cube` is R cubed, R
-    /// the length of the longest ray, between 1e-15 and 1e15.
-    ///
-    /// Proof. t0 to t3 are the triple products of the four tetrahedron kernels, which compute them in
-    /// another order; both are within 1e-14 R^3 of the exact ones, whose least is so above 0.99e-7 R^3.
-    /// Then each two rays span a face of which the kernel's x*y - z*z is above 0.9e-14 R^4, while its
-    /// rounding is below 2e-15 R^4: it is found above 0, and so is the kernel's divisor, which on the
-    /// other hand is at most 2R (3 R^2 + 4 R^2), rounded below 15 R^3. So each kernel is above
-    /// 0.9e-7 * 4.8 / 15, far above 1e-12. The two products of the twist are t1 + t3 and t0 + t2 within
-    /// 1e-13 R^3, a millionth of them, and its divisor is at most 4 R^6 and, since each ray and each
-    /// diagonal is at least 0.9e-7 R, no number that underflows. The twist is then at least a fifth of
-    /// (t1 + t3)(t0 + t2) / R^6 or limited to 1, where the product below is at most 4 times the
-    /// quality: in both cases quality times twist exceeds 1e-12, and it is the measure.
-    static double sure_twist(const arrow<3>& a0, const arrow<3>& a1, const arrow<3>& a2,
-                             const arrow<3>& a3, double cube)
-    {
-        const arrow<3> n02 = cross(a0, a2);
-        const arrow<3> n13 = cross(a1, a3);
-        const double t0 = dot(n02, a1);
-        const double t1 = dot(n13, a2);
-        const double t2 = -dot(n02, a3);
-        const double t3 = -dot(n13, a0);
-        const double least = 1e-7 * cube;
-        double twist = (t1 + t3) * (t0 + t2);
-        twist = t0 > least ? twist : 0.0;
-        twist = t1 > least ? twist : 0.0;
-        twist = t2 > least ? twist : 0.0;
-        return t3 > least ? twist : 0.0;
     }
 
     double at_[8][3][width];

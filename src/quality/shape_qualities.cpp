@@ -3,6 +3,7 @@
 
 #include "core/column.h"
 #include "core/out_of_memory.h"
+#include "core/prefetch.h"
 #include "quality/hexahedron.h"
 #include "quality/measure_hexahedra.h"
 #include "quality/wedge.h"
@@ -47,7 +48,15 @@ double measure_face(const dense2D<double>& pos, const unsigned* node)
                               : measure<4, quadrangle_quality<Dim>>(pos, node);
 }
 
-template <double (*Measure)(const dense2D<double>&, const unsigned*)>
+/// Where nodes lie in no order, the wait for their coordinates is most of the time.
+template <unsigned N>
+void prefetch_nodes(const dense2D<double>& pos, const unsigned* node)
+{
+    for (unsigned k = 0; k < N; ++k)
+        if (node[k] != NO_NODE) prefetch(column(pos, node[k]));
+}
+
+template <unsigned N, double (*Measure)(const dense2D<double>&, const unsigned*)>
 int fill(const dense2D<double>& pos, const dense2D<unsigned>& connectM, element_type type,
          dense1D<double>& qualities)
 {
@@ -56,7 +65,11 @@ int fill(const dense2D<double>& pos, const dense2D<unsigned>& connectM, element_
     double* quality = qualities.begin();
     // Columns of no rows have no nodes to look at: their values stay 0.
     const size_t n = connectM.empty() ? 0 : connectM.cols;
-    for (size_t e = 0; e < n; ++e) quality[e] = Measure(pos, column(connectM, e));
+    constexpr size_t ahead = 16;
+    for (size_t e = 0; e < n; ++e) {
+        if (e + ahead < n) prefetch_nodes<N>(pos, column(connectM, e + ahead));
+        quality[e] = Measure(pos, column(connectM, e));
+    }
     return 0;
 }
 
@@ -66,7 +79,7 @@ int fill_hexahedra(const dense2D<double>& pos, const dense2D<unsigned>& connectM
 {
     // In two rows of coordinates faces have another formula.
     if (Dim == 2)
-        return fill<measure<8, hexahedron_quality<2>>>(pos, connectM, ET_HEXA8, qualities);
+        return fill<8, measure<8, hexahedron_quality<2>>>(pos, connectM, ET_HEXA8, qualities);
     if (!check_IDs(connectM, ET_HEXA8, unsigned(pos.cols))) return -2; // connectM
     if (!connectM.empty()) measure_hexahedra(pos, connectM, longest_vectors(), qualities.begin());
     return 0;
@@ -89,19 +102,19 @@ int fill_by_kind(const dense2D<double>& pos, const dense2D<unsigned>& connectM, 
     const element_type kind = kind_by_rows(type, connectM.rows);
     switch (kind) {
     case ET_BAR2:
-        return fill<measure_bar>(pos, connectM, kind, qualities);
+        return fill<0, measure_bar>(pos, connectM, kind, qualities);
     case ET_FACE_MIX:
-        return fill<measure_face<Dim>>(pos, connectM, kind, qualities);
+        return fill<4, measure_face<Dim>>(pos, connectM, kind, qualities);
     case ET_TRIA3:
-        return fill<measure_triangle<Dim>>(pos, connectM, kind, qualities);
+        return fill<3, measure_triangle<Dim>>(pos, connectM, kind, qualities);
     case ET_QUAD4:
-        return fill<measure<4, quadrangle_quality<Dim>>>(pos, connectM, kind, qualities);
+        return fill<4, measure<4, quadrangle_quality<Dim>>>(pos, connectM, kind, qualities);
     case ET_TETRA4:
-        return fill<measure<4, tetrahedron_quality>>(pos, connectM, kind, qualities);
+        return fill<4, measure<4, tetrahedron_quality>>(pos, connectM, kind, qualities);
     case ET_PYRA5:
-        return fill<measure<5, pyramid_quality<Dim>>>(pos, connectM, kind, qualities);
+        return fill<5, measure<5, pyramid_quality<Dim>>>(pos, connectM, kind, qualities);
     case ET_PENTA6:
-        return fill<measure<6, wedge_quality<Dim>>>(pos, connectM, kind, qualities);
+        return fill<6, measure<6, wedge_quality<Dim>>>(pos, connectM, kind, qualities);
     case ET_HEXA8:
         return fill_hexahedra<Dim>(pos, connectM, qualities);
     default:
