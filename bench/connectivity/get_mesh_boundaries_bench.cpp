@@ -1,7 +1,6 @@
 #include <utility>
 
 #include <vtkDataSetSurfaceFilter.h>
-#include <vtkGeometryFilter.h>
 
 #include "support/on_meshes.h"
 #include "support/peers.h"
@@ -20,10 +19,9 @@ std::pair<dense2D<unsigned>, dense2D<unsigned>> surface_of(const bench::mesh& m)
     return {neighbors, boundaries};
 }
 
-template <typename Filter>
 vtkSmartPointer<vtkPolyData> vtk_surface_of(vtkUnstructuredGrid* grid)
 {
-    vtkNew<Filter> filter;
+    vtkNew<vtkDataSetSurfaceFilter> filter;
     filter->SetInputData(bench::fresh(grid));
     filter->Update();
     return filter->GetOutput();
@@ -37,13 +35,8 @@ LATTIQ_BENCHMARKS(get_mesh_boundaries)
     for (const char* kind : {"tetra", "hexa"}) {
         bench::add_on_meshes(operation, kind,
                              [](const bench::mesh& m) { return [&m] { return surface_of(m); }; });
-        bench::add_peer_on_meshes(operation, kind, "vtk_geometry", [](const bench::mesh& m) {
-            return [grid = bench::vtk_grid(m)] { return vtk_surface_of<vtkGeometryFilter>(grid); };
-        });
-        bench::add_peer_on_meshes(operation, kind, "vtk_surface", [](const bench::mesh& m) {
-            return [grid = bench::vtk_grid(m)] {
-                return vtk_surface_of<vtkDataSetSurfaceFilter>(grid);
-            };
+        bench::add_peer_on_meshes(operation, kind, "vtk", [](const bench::mesh& m) {
+            return [grid = bench::vtk_grid(m)] { return vtk_surface_of(grid); };
         });
     }
 }
