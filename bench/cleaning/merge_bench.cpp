@@ -18,6 +18,7 @@ using namespace kz3::lattiq;
 namespace {
 
 using bench::mesh;
+using bench::numbering;
 
 /// Merges all nodes of a soup of triangles; what is timed starts from elements with nodes of their own.
 auto merge_soup(const mesh& soup, double tol)
@@ -50,15 +51,19 @@ auto merge_by_vtk(const mesh& soup, double tol)
     };
 }
 
-void add_merge(const std::string& input, size_t n, bool with_peers,
-               const std::function<std::pair<const mesh&, double>()>& make)
+/// A soup and the tolerance to merge it with.
+using task = std::pair<const mesh&, double>;
+
+void add_merge(const std::string& input, size_t nodes, const std::function<task()>& make)
 {
-    const size_t nodes = 3 * bench::soup_size(n);
     bench::add_in_place("merge", input, nodes, "lattiq", [=] {
         const auto [soup, tol] = make();
         return merge_soup(soup, tol);
     });
-    if (!with_peers) return;
+}
+
+void add_vtk(const std::string& input, size_t nodes, const std::function<task()>& make)
+{
     bench::add("merge", input, nodes, "vtk", [=] {
         const auto [soup, tol] = make();
         return merge_by_vtk(soup, tol);
@@ -97,39 +102,45 @@ cgal_soup to_cgal(const mesh& soup)
     return made;
 }
 
-void add_coincident_peers(size_t n)
+void add_coincident_peers(const std::string& input, size_t n, numbering order)
 {
     const size_t nodes = 3 * bench::soup_size(n);
-    bench::add("merge", "soup_coincident", nodes, "meshoptimizer",
-               [=] { return merge_by_meshoptimizer(bench::soup_of(n)); });
+    bench::add("merge", input, nodes, "meshoptimizer",
+               [=] { return merge_by_meshoptimizer(bench::soup_of(n, order)); });
     if (n > 100'000) return; // seconds per call
-    bench::add_in_place("merge", "soup_coincident", nodes, "cgal", [=] {
+    bench::add_in_place("merge", input, nodes, "cgal", [=] {
         return std::pair(
-            [=] { return to_cgal(bench::soup_of(n)); },
+            [=] { return to_cgal(bench::soup_of(n, order)); },
             [](cgal_soup& soup) {
                 return CGAL::Polygon_mesh_processing::merge_duplicate_points_in_polygon_soup(
                     soup.points, soup.triangles);
             });
     });
-    bench::add("merge", "soup_coincident", nodes, "cgal_conversion",
-               [=] { return [=] { return to_cgal(bench::soup_of(n)); }; });
+    bench::add("merge", input, nodes, "cgal_conversion",
+               [=] { return [=] { return to_cgal(bench::soup_of(n, order)); }; });
+}
+
+void add_soups(size_t n, numbering order)
+{
+    const size_t nodes = 3 * bench::soup_size(n);
+    const bool with_peers = order == numbering::shuffled;
+    const auto add = [=](const std::string& kind, const std::function<task()>& make) {
+        const std::string input = bench::input_name(kind, order);
+        add_merge(input, nodes, make);
+        if (with_peers) add_vtk(input, nodes, make);
+    };
+    const auto tol = [=] { return 0.05 * bench::soup_height(n, order); };
+    add("soup", [=] { return task(bench::soup_of(n, order), tol()); });
+    add("soup_coincident", [=] { return task(bench::soup_of(n, order), 0.0); });
+    // Two corners moved so lie within the tolerance of each other.
+    add("soup_jittered", [=] { return task(bench::jittered_soup(n, 0.25 * tol(), order), tol()); });
+    if (with_peers) add_coincident_peers(bench::input_name("soup_coincident", order), n, order);
 }
 
 } // namespace
 
 LATTIQ_BENCHMARKS(merge)
 {
-    for (const size_t n : {33'333, 1'306'667, 3'333'333}) {
-        const bool with_peers = n <= 1'306'667;
-        const auto tol = [=] { return 0.05 * bench::soup_height(n); };
-        add_merge("soup", n, with_peers,
-                  [=] { return std::pair<const mesh&, double>(bench::soup_of(n), tol()); });
-        add_merge("soup_coincident", n, with_peers,
-                  [=] { return std::pair<const mesh&, double>(bench::soup_of(n), 0.0); });
-        // Two corners moved so lie within the tolerance of each other.
-        add_merge("soup_jittered", n, with_peers, [=] {
-            return std::pair<const mesh&, double>(bench::jittered_soup(n, 0.25 * tol()), tol());
-        });
-        if (with_peers) add_coincident_peers(n);
-    }
+    for (const size_t n : {33'333, 3'333'333}) add_soups(n, numbering::natural);
+    for (const size_t n : {33'333, 1'306'667}) add_soups(n, numbering::shuffled);
 }

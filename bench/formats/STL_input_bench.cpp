@@ -73,12 +73,12 @@ auto read_by_cgal(const std::string& file)
 
 /// Reads the soup of n facets, which is written to a file once.
 template <typename Read>
-void add_reader(size_t n, bool ascii, const std::string& who, Read read)
+void add_reader(size_t n, bool ascii, bench::numbering order, const std::string& who, Read read)
 {
-    bench::add("STL_input", ascii ? "soup_text" : "soup_binary", bench::soup_size(n), who, [=] {
-        const std::string name = bench::scratch_file("soup_" + std::to_string(n) +
-                                                     (ascii ? "_text" : "_binary") + ".stl");
-        const bench::mesh& soup = bench::soup_of(n);
+    const std::string input = bench::input_name(ascii ? "soup_text" : "soup_binary", order);
+    bench::add("STL_input", input, bench::soup_size(n), who, [=] {
+        const std::string name = bench::scratch_file(input + '_' + std::to_string(n) + ".stl");
+        const bench::mesh& soup = bench::soup_of(n, order);
         STL_output(name.c_str(), soup.pos, soup.connectM, ascii);
         return [=] { return read(name); };
     });
@@ -88,15 +88,18 @@ void add_reader(size_t n, bool ascii, const std::string& who, Read read)
 
 LATTIQ_BENCHMARKS(STL_input)
 {
-    for (const size_t n : {100'000, 1'306'667, 3'333'333})
-        for (const bool ascii : {false, true}) {
-            add_reader(n, ascii, "lattiq",
-                       [=](const std::string& file) { return read_by_lattiq(file, ascii); });
-            if (n > 1'306'667) continue;
-            add_reader(n, ascii, "vtk", read_by_vtk);
+    for (const bool ascii : {false, true}) {
+        const auto ours = [=](const std::string& file) { return read_by_lattiq(file, ascii); };
+        for (const size_t n : {33'333, 3'333'333}) // 0.1 and 10 million corners
+            add_reader(n, ascii, bench::numbering::natural, "lattiq", ours);
+        for (const size_t n : {100'000, 1'306'667}) {
+            constexpr auto order = bench::numbering::shuffled;
+            add_reader(n, ascii, order, "lattiq", ours);
+            add_reader(n, ascii, order, "vtk", read_by_vtk);
             if (n > 100'000) continue; // seconds per call
-            add_reader(n, ascii, "admesh", read_by_admesh);
-            add_reader(n, ascii, "assimp", read_by_assimp);
-            add_reader(n, ascii, "cgal", read_by_cgal);
+            add_reader(n, ascii, order, "admesh", read_by_admesh);
+            add_reader(n, ascii, order, "assimp", read_by_assimp);
+            add_reader(n, ascii, order, "cgal", read_by_cgal);
         }
+    }
 }

@@ -371,32 +371,37 @@ void sphere_node(const icosahedron& solid, std::array<std::pair<unsigned, size_t
     for (unsigned d = 0; d < 3; ++d) at[d] = double(float(sum[d] / length));
 }
 
-mesh make_soup(size_t n)
+mesh make_soup(size_t n, numbering order)
 {
     const icosahedron solid;
     const size_t f = frequency(n);
     const size_t facets = 20 * f * f;
     random_engine engine(4);
-    const std::vector<unsigned> place_of = random_order(facets, engine);
+    std::vector<unsigned> place_of;
+    if (order == numbering::shuffled) place_of = random_order(facets, engine);
     mesh made;
     made.type = ET_TRIA3;
     made.pos.resize(3, 3 * facets);
     made.connectM.resize(3, facets);
     std::iota(made.connectM.vec->data, made.connectM.vec->data + 3 * facets, 0u);
 
-    size_t next = 0;
+    size_t passed = 0;
+    const auto next = [&] {
+        const size_t e = passed++;
+        return &made.pos(0, 3 * (place_of.empty() ? e : size_t(place_of[e])));
+    };
     for (const auto& [a, b, c] : solid.face) {
         const auto put = [&, a = a, b = b, c = c](size_t i, size_t j, double* at) {
             sphere_node(solid, {{{a, f - i - j}, {b, i}, {c, j}}}, at);
         };
         for (size_t i = 0; i < f; ++i)
             for (size_t j = 0; i + j < f; ++j) {
-                double* at = &made.pos(0, 3 * size_t(place_of[next++]));
+                double* at = next();
                 put(i, j, at);
                 put(i + 1, j, at + 3);
                 put(i, j + 1, at + 6);
                 if (i + j + 1 == f) continue;
-                at = &made.pos(0, 3 * size_t(place_of[next++]));
+                at = next();
                 put(i + 1, j, at);
                 put(i + 1, j + 1, at + 3);
                 put(i, j + 1, at + 6);
@@ -497,9 +502,9 @@ const dense2D<double>& queries_of(const std::string& kind, size_t n)
     });
 }
 
-const mesh& soup_of(size_t n)
+const mesh& soup_of(size_t n, numbering order)
 {
-    return once<mesh>(std::tuple(std::string("soup"), n, 0.0), [&] { return make_soup(n); });
+    return once<mesh>(std::tuple(n, order), [&] { return make_soup(n, order); });
 }
 
 size_t soup_size(size_t n)
@@ -507,15 +512,15 @@ size_t soup_size(size_t n)
     return 20 * frequency(n) * frequency(n);
 }
 
-double soup_height(size_t n)
+double soup_height(size_t n, numbering order)
 {
-    return once<double>(n, [&] { return least_height(soup_of(n)); });
+    return once<double>(std::tuple(n, order), [&] { return least_height(soup_of(n, order)); });
 }
 
-const mesh& jittered_soup(size_t n, double distance)
+const mesh& jittered_soup(size_t n, double distance, numbering order)
 {
-    return once<mesh>(std::tuple(std::string("jittered"), n, distance), [&] {
-        const mesh& from = soup_of(n);
+    return once<mesh>(std::tuple(n, distance, order), [&] {
+        const mesh& from = soup_of(n, order);
         random_engine engine(8);
         mesh made = from;
         made.pos.copy(from.pos);

@@ -38,18 +38,19 @@ const kz3::dense2D<double>& points_of(const std::string& kind, size_t n);
 /// n random places to ask about the points of that kind: near them, but not on them.
 const kz3::dense2D<double>& queries_of(const std::string& kind, size_t n);
 
-/// About n facets of a sphere as triangles with their own three nodes each, in random order: what an
-/// STL file holds. Coordinates are floats held as doubles. Shared nodes have equal coordinates.
-const mesh& soup_of(size_t n);
+/// About n facets of a sphere as triangles with their own three nodes each, what an STL file holds: row
+/// by row along the sphere, or in random order. Coordinates are floats held as doubles. Shared nodes
+/// have equal coordinates.
+const mesh& soup_of(size_t n, numbering order);
 
-/// The number of facets in soup_of(n).
+/// The number of facets in soup_of(n, order).
 size_t soup_size(size_t n);
 
-/// The least height of a facet of soup_of(n).
-double soup_height(size_t n);
+/// The least height of a facet of soup_of(n, order).
+double soup_height(size_t n, numbering order);
 
 /// The soup with each corner moved by up to `distance` in each direction.
-const mesh& jittered_soup(size_t n, double distance);
+const mesh& jittered_soup(size_t n, double distance, numbering order);
 
 /// n valid tensors of 2 or 3 dimensions, 3 or 6 rows, with eigenvalues spread over six decades and
 /// random axes.
