@@ -14,7 +14,8 @@
 /// Numbers as the C runtime prints them in the "C" locale, for text output in bulk.
 ///
 /// Each function prints from `to` on and returns the end of what it printed. It may use up to
-/// print_room characters there, or print_integer_room for whole numbers, and more than it returns: what follows is printed over the rest.
+/// print_room characters there, or print_integer_room for whole numbers, and more than it returns: what
+/// follows is printed over the rest.
 namespace kz3::lattiq::detail {
 
 /// "%f" of the largest double has 317 characters.

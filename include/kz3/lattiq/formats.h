@@ -27,7 +27,7 @@ namespace kz3::lattiq {
 ///         -3  connectM fails check_IDs for ET_TRIA3; NO_NODE is refused
 ///         -1  a write failed, be it only as the file was closed
 /// The file is opened before the checks: -2 and -3 leave an empty file. A failed write leaves what
-/// was written so far. O(columns of connectM); allocates nothing but the stream's own buffer.
+/// was written so far. O(columns of connectM); allocates nothing.
 KZ3_LATTIQ_API int STL_output(const char* file, const dense2D<double>& pos,
                               const dense2D<unsigned>& connectM, bool ascii);
 
@@ -52,8 +52,8 @@ KZ3_LATTIQ_API int STL_output(const char* file, const dense2D<double>& pos,
 ///                   the end of its header and count (binary). pos and connectM are then empty
 ///         negative  the result of merge or simplify, as which pos and connectM then are left
 /// Columns for which memory is exhausted are left out: facets may then name nodes that pos does not
-/// hold, which merge refuses. Memory grows with what is read, never with the count that a file
-/// claims. One pass over the file; the time is that of merge.
+/// hold, which merge refuses. Memory goes by what the file holds, never by the count that it claims;
+/// that for a binary file is asked for at once. One pass over the file; the time is that of merge.
 KZ3_LATTIQ_API int STL_input(const char* file, dense2D<double>& pos, dense2D<unsigned>& connectM,
                              bool ascii);
 
@@ -238,7 +238,7 @@ KZ3_LATTIQ_API int vtk_output(const char* file, const dense2D<double>& pos,
 ///         -3  a run with elements, on as many rows as its type has nodes (up to 4 for ET_FACE_MIX, up
 ///             to 20 for ET_SOLID_MIX), fails check_IDs, or its type is no element_type
 /// The file is opened before all checks, and is empty after a refused call. A failed write goes
-/// unreported. O(size of pos and connectM); allocates nothing but the stream's own buffer.
+/// unreported. O(size of pos and connectM); allocates nothing.
 KZ3_LATTIQ_API int FEMAP_output(const char* file, const dense2D<double>& pos,
                                 const dense2D<unsigned>& connectM, const dense1D<unsigned>& offsets,
                                 const dense1D<int>& types, const dense1D<unsigned>& groups);
@@ -336,7 +336,7 @@ KZ3_LATTIQ_API int FEMAP_input(const char* file, dense2D<double>& pos, dense2D<u
 ///         -5  triangles fails check_IDs for ET_TRIA3; NO_NODE is refused
 ///         -6  quads fails check_IDs for ET_QUAD4; NO_NODE is refused
 /// The file is opened before the checks, and is empty after a refused call. A failed write goes
-/// unreported. O(size of the mesh); allocates nothing but the stream's own buffer.
+/// unreported. O(size of the mesh); allocates nothing.
 KZ3_LATTIQ_API int WavefrontOBJ_output(const char* file, const dense2D<double>& pos,
                                        const dense2D<double>& normals,
                                        const dense2D<double>& textures,
