@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -65,6 +67,43 @@ TEST(EightDigits, PassesNoMoreThanEightAndNotBeyondTheEnd)
             EXPECT_EQ(std::size_t(end - piece.data()), n) << piece;
             EXPECT_EQ(number, std::strtoul(piece.substr(0, n).c_str(), nullptr, 10)) << piece;
         }
+}
+
+TEST(EightDigits, PassNothingAheadOfAnotherCharacter)
+{
+    for (const std::string text : {"x1234567", ",,,,,,,,", "-12345678", " 99999999"}) {
+        std::uint32_t number = 7;
+        EXPECT_EQ(pass_eight_digits(text.data(), text.data() + text.size(), number), text.data());
+        EXPECT_EQ(number, 0U) << text;
+    }
+}
+
+TEST(TextToInt, TakesTheNearestNumberOf64BitsAndOfThatTheLowBits)
+{
+    EXPECT_EQ(text_to_int("9223372036854775804"), -4);
+    EXPECT_EQ(text_to_int("9223372036854775805"), -3);
+    EXPECT_EQ(text_to_int("9223372036854775807"), -1);
+    EXPECT_EQ(text_to_int("9223372036854775808"), -1);
+    EXPECT_EQ(text_to_int("92233720368547758040"), -1);
+    EXPECT_EQ(text_to_int("-9223372036854775805"), 3);
+    EXPECT_EQ(text_to_int("-9223372036854775808"), 0);
+    EXPECT_EQ(text_to_int("-9223372036854775809"), 0);
+    EXPECT_EQ(text_to_int("-4294967295"), 1);
+    EXPECT_EQ(text_to_int("4294967295"), -1);
+}
+
+// What stands behind a text may be another one, or no storage at all.
+TEST(TextToInt, LooksNoFurtherThanTheText)
+{
+    for (const std::string number : {"7", "-7", "12345678", "123456789", "  42"}) {
+        const std::vector<char> exact(number.begin(), number.end());
+        EXPECT_EQ(text_to_int({exact.data(), exact.size()}), std::atoi(number.c_str())) << number;
+    }
+    const std::string_view digits = "1234567890123";
+    for (std::size_t n = 1; n <= digits.size(); ++n)
+        EXPECT_EQ(text_to_int(digits.substr(0, n)),
+                  std::atoi(std::string(digits.substr(0, n)).c_str()))
+            << n;
 }
 
 TEST(TextToInt, GivesWhatTheRuntimeGives)

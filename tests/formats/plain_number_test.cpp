@@ -3,6 +3,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -113,6 +114,19 @@ TEST(PlainNumber, ReadsRandomDigitsAsTheRuntime)
         if (random() % 4 != 0) text += '.' + digits(random() % 20);
         if (random() % 2 == 0) text += 'e' + std::to_string(int(random() % 60) - 30);
         ASSERT_NO_FATAL_FAILURE(expect_as_strtod(text));
+    }
+}
+
+// Where the text breaks off, what stands behind it may be no storage.
+TEST(PlainNumber, RefusesWhatBreaksOff)
+{
+    for (const std::string text : {"", "-", "+", "1", "1.", ".5", "12345678", "1.12345678", "1e",
+                                   "1e+", "1e-", "1e12", "1.5E", "-1.234567e", "123456789e"}) {
+        const std::vector<char> exact(text.begin(), text.end());
+        double value = 77;
+        EXPECT_EQ(pass_plain_number(exact.data(), exact.data() + exact.size(), value), nullptr)
+            << text;
+        EXPECT_EQ(value, 77) << text;
     }
 }
 
