@@ -52,14 +52,17 @@ void add_peer(const peer_measure& peer, size_t n, bench::numbering order)
 
 LATTIQ_BENCHMARKS(shape_qualities)
 {
-    for (const char* kind : {"tria", "quad", "face_mix", "tetra", "wedge", "hexa"})
-        bench::add_on_meshes("shape_qualities", kind, [](const bench::mesh& m) {
-            return [&m] {
-                dense1D<double> qualities;
-                shape_qualities(m.pos, m.connectM, m.type, qualities);
-                return qualities;
-            };
-        });
+    const auto ours = [](const bench::mesh& m) {
+        return [&m] {
+            dense1D<double> qualities;
+            shape_qualities(m.pos, m.connectM, m.type, qualities);
+            return qualities;
+        };
+    };
+    for (const char* kind : {"tria", "quad", "face_mix", "tetra", "hexa"})
+        bench::add_on_meshes("shape_qualities", kind, ours);
+    // Computing alone, whatever their number: the largest size shows nothing new.
+    bench::add_peer_on_meshes("shape_qualities", "wedge", "lattiq", ours);
     for (const peer_measure& peer : peer_measures)
         for (const size_t n : {bench::small_size, bench::usual_size})
             for (const auto order : {bench::numbering::natural, bench::numbering::shuffled})

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <string>
 
 #include "support/bench.h"
@@ -13,14 +14,16 @@ inline constexpr size_t small_size = 100'000;
 inline constexpr size_t usual_size = 500'000;
 inline constexpr size_t large_size = 10'000'000;
 
-/// Registers an operation of a peer, or its conversion, on meshes of a kind, in both numberings.
+/// Registers an operation of a peer, or its conversion, on meshes of a kind, in the given numberings.
 /// `prepare(mesh)` runs once and returns the call to be timed.
 template <typename Prepare>
 void add_peer_on_meshes(const std::string& operation, const std::string& kind,
-                        const std::string& who, Prepare prepare)
+                        const std::string& who, Prepare prepare,
+                        std::initializer_list<numbering> orders = {numbering::natural,
+                                                                   numbering::shuffled})
 {
     for (const size_t n : {small_size, usual_size})
-        for (const numbering order : {numbering::natural, numbering::shuffled})
+        for (const numbering order : orders)
             add(operation, input_name(kind, order), mesh_size(kind, n), who,
                 [=] { return prepare(mesh_of(kind, n, order)); });
 }
