@@ -228,6 +228,8 @@ READING = """
 - Each operation and its peers take turns in random order, in one run, on the same inputs, on one
   core. A figure is the median of 7 repetitions. Time is that of the processor, user and system. What
   it takes to release a result is not counted on either side.
+- Freed memory stays with the program, for all alike: results are written to pages that it had before.
+  New pages cost what the system takes to clear them.
 - Times are nanoseconds per element (node, facet, point, query or tensor where these are the
   elements). In brackets: the conversion of the input to the peer's own form, which its figure does
   not include.
