@@ -50,13 +50,15 @@ inline double within(double x, double low, double high)
     return x;
 }
 
-/// Measures in the space of `rows` coordinates; those that pos does not have are 0.
+/// Measures in the space of `rows` coordinates; those that pos does not have are 0. With 2 rows faces
+/// are measured in the plane, whatever stands in the third.
 struct shapes {
     std::size_t rows;
 
     double triangle(point a, point b, point c) const
     {
         if (rows != 2 && rows != 3) return 0;
+        if (rows == 2) a.z = b.z = c.z = 0;
         const double l1 = norm(a - b), l2 = norm(a - c), l3 = norm(b - c);
         const double h = std::max(l1, std::max(l2, l3));
         if (!(h > 0)) return 0;
@@ -70,6 +72,7 @@ struct shapes {
 
     double quadrangle(point p0, point p1, point p2, point p3) const
     {
+        if (rows == 2) p0.z = p1.z = p2.z = p3.z = 0;
         const point e0 = p1 - p0, e1 = p2 - p1, e2 = p3 - p2, e3 = p0 - p3;
         const double perimeter = norm(e0) + norm(e1) + norm(e2) + norm(e3);
         const double edge = std::max(std::max(norm(e0), norm(e1)), std::max(norm(e2), norm(e3)));
