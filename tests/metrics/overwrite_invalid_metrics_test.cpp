@@ -36,9 +36,9 @@ TEST(OverwriteInvalidMetrics, LeavesSizesThatAreInfiniteOrNoNumber)
 
 TEST(OverwriteInvalidMetrics, TakesOnlySizesAboveZero)
 {
-    EXPECT_TRUE(same(overwritten(dense1D<float>{0, 0, -2, 0, 0},
+    EXPECT_TRUE(same(overwritten(dense1D<float>{-3, 0, -2, 0, 0},
                                  dense1D<float>{0, -1, nan_size, infinite_size, 1e-45F}),
-                     dense1D<float>{0, 0, -2, infinite_size, 1e-45F}));
+                     dense1D<float>{-3, 0, -2, infinite_size, 1e-45F}));
 }
 
 TEST(OverwriteInvalidMetrics, StopsAtTheEndOfTheShorterListOfSizes)
