@@ -904,9 +904,10 @@ TEST(FEMAPInput, StaysWholeWhereTheContainersFindMemoryExhausted)
 
 TEST(FEMAPInput, LetsTheAllocationExceptionPassAndLeaksNothing)
 {
-    // A line across the blocks of the buffer, and nodes that wait.
+    // A line across the blocks of the buffer, a node that waits, and a number that only the runtime
+    // reads.
     const temporary_file in(strip(14) + std::string(70000, 'x') + "\n" +
-                            nodes(node("0x1p1", "0x1.8p1,0,0")));
+                            nodes(node("16777216", "0x1.800000000000000000000000p1,0,0")));
     const std::size_t blocks = allocation::live_blocks();
     const std::size_t descriptors = open_descriptors();
     for (const bool onwards : {false, true})

@@ -482,7 +482,7 @@ TEST(MeditTensor, TakesTheDimensionFromTheRows)
 TEST(MeditTensor, EmptiesTheFileBeforeItRefusesTheRows)
 {
     const std::size_t descriptors = open_descriptors();
-    for (const std::size_t rows : {0U, 2U, 4U, 5U, 7U}) {
+    for (const std::size_t rows : {0U, 1U, 2U, 4U, 5U, 7U}) {
         const temporary_file file;
         file.write("before");
         EXPECT_EQ(medit_tensor(file.name(), dense2D<float>(rows, 1, 0.0F)), -2) << rows;

@@ -300,6 +300,13 @@ TEST(VtkStream, StopsWhereTheCellsEnd)
                           head + "\nCELLS -1 1\n-1 \n\nCELL_TYPES 0\n"));
 }
 
+TEST(VtkStream, PrintsWhatIsAboveTheSignedNumbersAsNegative)
+{
+    EXPECT_TRUE(
+        same_text(written(triangle(), 1, {2, 4294967295U, 2147483648U}, {4294967295U, 2147483647U}),
+                  head + "\nCELLS 1 3\n2 -1 -2147483648 \n\nCELL_TYPES 2\n-1\n2147483647\n"));
+}
+
 TEST(VtkStream, RefusesByTheFirstFaultAndWritesNothing)
 {
     const temporary_file file;
