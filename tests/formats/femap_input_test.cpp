@@ -293,6 +293,7 @@ TEST(FEMAPInput, ReadsCoordinatesAsAtofDoes)
     EXPECT_EQ(x("1e999"), infinity);
     EXPECT_EQ(x("-1e999"), -infinity);
     EXPECT_EQ(x("1e-999"), 0);
+    EXPECT_TRUE(std::signbit(x("-1e-999")));
     EXPECT_EQ(x("4e-324"), 5e-324);
     EXPECT_EQ(x("0.1000000000000000055511151231257827"), 0.1);
     EXPECT_EQ(x(std::string("1\0002", 3)), 1);

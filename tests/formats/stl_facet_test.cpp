@@ -41,6 +41,20 @@ TEST(STLFacet, IsSurelyHigherOnlyWhereItIs)
     }
 }
 
+// The square of the area loses bits there, or comes to be infinite.
+TEST(STLFacet, IsSurelyHigherOnlyWhereItIsAtTheEndsOfTheRange)
+{
+    std::mt19937_64 random(95);
+    const auto number = [&] { return double(random() >> 11) * 0x1p-52 - 1; };
+    for (int round = 0; round < 100000; ++round) {
+        const double end = random() % 4 == 0 ? 76 : -81.5;
+        const double size = std::pow(10, end + double(random() % 1000) / 250);
+        stl_facet corners;
+        for (auto& x : corners) x = {number() * size, number() * size, number() * size};
+        ASSERT_NO_FATAL_FAILURE(expect_sure(corners));
+    }
+}
+
 TEST(STLFacet, IsSurelyHigherThanMuchLess)
 {
     const stl_facet corners{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}};

@@ -136,6 +136,7 @@ TEST(WavefrontOBJInput, ReadsDoublesAsAStreamDoes)
     EXPECT_TRUE(same(values(std::string(5000, '0') + "1." + std::string(5000, '0')),
                      columns<double>({{1}})));
     EXPECT_TRUE(std::signbit(values("-0")(0, 0)));
+    EXPECT_TRUE(std::signbit(values("-1e-400")(0, 0)));
     for (const char* text :
          {"inf", "nan", "-inf", ".", "-", "+", "e5", ".e5", "-.", "x", "--1", "+-1"})
         EXPECT_TRUE(same(values(text), nothing)) << text;
