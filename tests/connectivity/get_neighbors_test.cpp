@@ -1,6 +1,7 @@
 #include <kz3/lattiq/connectivity.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <numeric>
 #include <random>
@@ -544,6 +545,35 @@ TEST(GetNeighbors, ReusesTheStorageOfTheResult)
     ASSERT_EQ(get_neighbors(tria, ET_TRIA3, false, neighbors), 0);
     EXPECT_EQ(neighbors.vec->data, storage);
     EXPECT_TRUE(same(neighbors, dense2D<unsigned>(3, 20, none)));
+}
+
+// Fans about nodes of their own, begun before others end: many faces share each of these nodes, a few
+// more or less than the blocks that are used again hold.
+TEST(GetNeighbors, AgreesWithThePlainVersionOnFansOfManySizes)
+{
+    for (const unsigned spokes : {11U, 12U, 15U, 16U, 17U, 31U, 32U, 33U})
+        for (const unsigned window : {1U, 20U, 300U}) {
+            std::mt19937 random(spokes);
+            std::vector<std::array<unsigned, 3>> fans;
+            for (unsigned fan = 0; fan < 100; ++fan) {
+                const unsigned apex = fan * (spokes + 1);
+                for (unsigned k = 0; k < spokes; ++k)
+                    fans.push_back({apex, apex + 1 + k, apex + 1 + (k + 1) % spokes});
+            }
+            for (size_t e = 0; e < fans.size(); e += window / 2 + 1)
+                std::shuffle(fans.begin() + long(e),
+                             fans.begin() + long(std::min<size_t>(e + window, fans.size())),
+                             random);
+            dense2D<unsigned> tria(3, fans.size());
+            for (size_t e = 0; e < fans.size(); ++e)
+                std::rotate_copy(fans[e].begin(), fans[e].begin() + random() % 3, fans[e].end(),
+                                 &tria(0, e));
+            dense2D<unsigned> neighbors;
+            dense2D<unsigned> expected;
+            ASSERT_EQ(plain::get_neighbors(tria, ET_TRIA3, false, expected), 0);
+            ASSERT_EQ(get_neighbors(tria, ET_TRIA3, false, neighbors), 0);
+            ASSERT_TRUE(same(neighbors, expected)) << spokes << ' ' << window;
+        }
 }
 
 TEST(GetNeighbors, LinksAClosedSurfaceOnEveryEdge)
