@@ -114,6 +114,7 @@ TEST(GetIDs, MatchesEqualColumns)
     expect_match({1, 2, 3}, {1, 2, 3}, true, true);
     expect_match({1}, {1}, true, true);
     expect_match({1}, {2}, false, false);
+    expect_match({4'000'000'000, 5'000, 6'000}, {4'000'000'000, 5'000, 6'000}, true, true);
 }
 
 TEST(GetIDs, MatchesTheSameCycleAndNotTheSameNodes)
@@ -236,6 +237,31 @@ TEST(GetIDs, AgreesWithAComparisonOfAllColumnsOnAFan)
             expect_maps(fan, fan, a, b, ordered);
         }
     }
+}
+
+// A few columns are compared one by one, more are searched by key: on both sides of that limit.
+TEST(GetIDs, AgreesWithAComparisonOfAllColumnsOnFansOfEverySize)
+{
+    std::mt19937 random(78);
+    for (unsigned n = 1; n < 60; ++n)
+        for (const unsigned stride : {1U, 10'000'000U}) {
+            dense2D<unsigned> fan(3, n);
+            dense2D<unsigned> turned(3, n);
+            for (unsigned e = 0; e < n; ++e) {
+                const unsigned node[] = {stride, stride * (2 + unsigned(random() % n)),
+                                         stride * (2 + n - e)};
+                for (unsigned k = 0; k < 3; ++k) {
+                    fan(k, e) = node[k];
+                    turned(k, n - 1 - e) = node[(k + e) % 3];
+                }
+            }
+            for (const bool ordered : {false, true}) {
+                list a;
+                list b;
+                plain::get_IDs(fan, turned, a, b, ordered);
+                expect_maps(fan, turned, a, b, ordered);
+            }
+        }
 }
 
 TEST(GetIDs, LeavesAnOutputEmptyThatCouldNotBeSized)
