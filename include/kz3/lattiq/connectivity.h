@@ -190,7 +190,7 @@ KZ3_LATTIQ_API int get_subdomains(dense2D<unsigned>& connectM, dense2D<unsigned>
 ///         -1    element_links has entries and not as many columns as connectM
 ///         -199  an output or a work list could not be sized
 /// After -1 nothing is changed; after -199 both matrices are unchanged and the outputs empty.
-/// O(entries); allocates the outputs and some 16 bytes an element, no second matrix.
+/// O(entries); allocates the outputs and 12 bytes an element, no second matrix.
 KZ3_LATTIQ_API int sort_elfes(dense2D<unsigned>& connectM, dense2D<unsigned>& element_links,
                               dense1D<unsigned>& group_nodes, dense1D<unsigned>& group_ends,
                               dense1D<unsigned>& new_indices);

@@ -146,8 +146,8 @@ KZ3_LATTIQ_API int edge_lengths(const dense2D<double>& pos, const dense2D<unsign
 ///         -1    pos has neither 2 nor 3 rows
 ///         -2    connectM fails check_IDs for type, or type is no kind
 /// 0 does not tell whether anything was sent. On a negative result nothing was, nor before
-/// std::bad_alloc, thrown where a work table finds no memory. O(cols), with tables of about 40 bytes
-/// per distinct edge.
+/// std::bad_alloc, thrown where a work table finds no memory. O(cols), with the tables of copy_edges
+/// and a list of 8 bytes per distinct edge.
 KZ3_LATTIQ_API int edge_qualities(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                                   element_type type, const dense1D<float>& sizes,
                                   misc::histogram& hist);
