@@ -6,107 +6,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <string_view>
 #include <sys/stat.h>
 
-#include <kz3/dense2D.h>
-
-#include "core/column.h"
-#include "formats/append_column.h"
 #include "formats/plain_number.h"
 #include "formats/stl_facet.h"
+#include "formats/stl_facet_list.h"
 #include "formats/text_scanner.h"
 
 namespace kz3::lattiq::detail {
-
-/// Appends columns of three to an empty matrix as append_column does, with the same growth, but
-/// leaves the number of columns behind until finish().
-template <typename T>
-class column_list {
-public:
-    explicit column_list(dense2D<T>& m) : matrix_(m) {}
-
-    /// Where memory is exhausted the column is left out.
-    void append(const T* values)
-    {
-        if (room_ == 0) {
-            finish();
-            append_column(matrix_, values, 3);
-            room_ = matrix_.empty() ? 0 : matrix_.column_capacity() - matrix_.cols;
-            next_ = room_ == 0 ? nullptr : column(matrix_, matrix_.cols);
-            return;
-        }
-        next_ = std::copy_n(values, 3, next_);
-        --room_;
-    }
-
-    void finish()
-    {
-        if (next_ != nullptr) matrix_.resize(3, matrix_.column_capacity() - room_);
-    }
-
-    /// Makes at once the room that appending so many columns to the empty matrix would come to make.
-    void expect(size_t columns)
-    {
-        size_t room = std::max<size_t>((matrix_.vec->capacity - matrix_.offset) / 3, 4);
-        while (room < columns) room *= 2;
-        if (columns != 0) matrix_.reserve(3, room);
-    }
-
-private:
-    dense2D<T>& matrix_;
-    T* next_ = nullptr;
-    size_t room_ = 0;
-};
-
-/// The mesh under construction, each facet with three nodes of its own.
-///
-/// Columns that find memory exhausted are left out without a word, so from then on a facet may name
-/// nodes that pos does not hold. Heights are therefore taken from the values read, never from pos;
-/// welding refuses such a mesh.
-class facet_list {
-public:
-    facet_list(dense2D<double>& pos, dense2D<unsigned>& connectM) : nodes_(pos), facets_(connectM)
-    {
-    }
-
-    void expect(size_t nodes, size_t facets)
-    {
-        nodes_.expect(nodes);
-        facets_.expect(facets);
-    }
-
-    void add_node(const stl_point& x) { nodes_.append(x.data()); }
-
-    void add_facet(const stl_facet& corners)
-    {
-        if (!surely_higher(corners, smallest_height_)) {
-            const double height = facet_height(corners);
-            if (height > 0.0 && height < smallest_height_) smallest_height_ = height;
-        }
-        facets_.append(indices_.data());
-        for (unsigned& index : indices_) index += 3;
-    }
-
-    /// The matrices hold all that was added from now on.
-    void finish()
-    {
-        nodes_.finish();
-        facets_.finish();
-    }
-
-    /// The smallest positive height of a facet; 0 where there is none.
-    double smallest_height() const { return smallest_height_ < none ? smallest_height_ : 0.0; }
-
-private:
-    static constexpr double none = std::numeric_limits<double>::max();
-
-    column_list<double> nodes_;
-    column_list<unsigned> facets_;
-    std::array<unsigned, 3> indices_{0, 1, 2};
-    double smallest_height_ = none;
-};
 
 // ---- text ----
 
@@ -190,26 +98,26 @@ private:
     const char* last_;
 };
 
-/// Adds the next facet; false where the text holds no further whole one.
+/// Adds the next facet; false where the text holds no further whole one, of which the corners that
+/// are there are added.
 inline bool read_text_facet(text_scanner& in, facet_list& list)
 {
     stl_facet corners;
     if (const char* end = plain_facet(in.ahead()).read(corners)) {
         in.pass_to(end);
-        for (const stl_point& corner : corners) list.add_node(corner);
         list.add_facet(corners);
         return true;
     }
     if (!read_facet_head(in)) return false;
     if (!in.skip_line()) return false; // outer loop
-    for (stl_point& corner : corners) {
-        if (!read_corner(in, corner)) return false;
-        list.add_node(corner);
+    size_t n = 0;
+    while (n < 3 && read_corner(in, corners[n])) ++n;
+    if (n == 3 && in.skip_line() && in.skip_line()) { // endloop, endfacet
+        list.add_facet(corners);
+        return true;
     }
-    if (!in.skip_line()) return false; // endloop
-    if (!in.skip_line()) return false; // endfacet
-    list.add_facet(corners);
-    return true;
+    for (size_t k = 0; k < n; ++k) list.add_loose(corners[k]);
+    return false;
 }
 
 inline bool read_stl_text(std::FILE* stream, facet_list& list)
@@ -241,17 +149,17 @@ inline stl_point load_point(const unsigned char* bytes)
     return x;
 }
 
-/// Adds the facet of which n bytes, at least one, could be read: in a cut one, the nodes that are
+/// Adds the facet of which n bytes, at least one, could be read: of a cut one, the corners that are
 /// whole.
 inline void add_binary_facet(const unsigned char* bytes, size_t n, facet_list& list)
 {
     stl_facet corners;
     for (size_t k = 0; k < 3; ++k) {
-        if (n < (k + 2) * stl_node_size) return;
-        corners[k] = load_point(bytes + (k + 1) * stl_node_size);
-        list.add_node(corners[k]);
+        const size_t at = (k + 1) * stl_node_size;
+        if (at + stl_node_size <= n) corners[k] = load_point(bytes + at);
     }
-    if (n == stl_facet_size) list.add_facet(corners);
+    if (n == stl_facet_size) return list.add_facet(corners);
+    for (size_t k = 0; (k + 2) * stl_node_size <= n; ++k) list.add_loose(corners[k]);
 }
 
 /// Makes room for what a file holds, of at most so many facets. What is no file tells nothing.
