@@ -4,12 +4,13 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "core/prefetch.h"
 namespace kz3::lattiq::detail {
 namespace {
 
-constexpr unsigned nodes_per_cell = 4; // on average, where they are spread evenly
+constexpr unsigned nodes_per_cell = 3; // on average, where they are spread evenly
 constexpr unsigned full = 16;          // more nodes, and a cell is cut
 constexpr int bits = 30;               // of the whole numbers
 constexpr double reach = 0x1p44;       // units from the origin, for nodes and points asked for
@@ -23,6 +24,20 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 double square(double x)
 {
     return x * x;
+}
+
+// What the nearest row holds spares the search many of the others.
+template <typename Rows, typename Scan>
+void bring_nearest_first(Rows& rows, const Scan& scan)
+{
+    unsigned nearest = 0;
+    double least = infinity;
+    for (unsigned r = 0; r < rows.count; ++r) {
+        const double away = scan.away(rows.list[r].low, rows.list[r].edge);
+        nearest = away < least ? r : nearest;
+        least = std::min(least, away);
+    }
+    if (nearest != 0) std::swap(rows.list[0], rows.list[nearest]);
 }
 
 } // namespace
@@ -261,10 +276,11 @@ auto cell_index<Dim>::row_of(const region& of, const std::array<unsigned, 3>& ce
 
 template <unsigned Dim>
 template <typename Scan>
-bool cell_index<Dim>::scan_rows(const fixed_list<row, 16>& rows, const region& of, Scan& scan,
+bool cell_index<Dim>::scan_rows(fixed_list<row, 16>& rows, const region& of, Scan& scan,
                                 fixed_list<region, 1000>& pending) const
 {
     const grid& here = grids_[of.grid];
+    bring_nearest_first(rows, scan);
     for (unsigned r = 0; r < rows.count; ++r) {
         const row& one = rows.list[r];
         if (scan.misses(one.low, one.edge)) continue; // by now
@@ -301,6 +317,7 @@ struct cell_index<Dim>::box_search {
     box_candidates& found;
 
     static bool misses(const corner&, std::int32_t) { return false; }
+    static double away(const corner&, std::int32_t) { return 0; } // all must be scanned
 
     bool operator()(unsigned first, unsigned last)
     {
@@ -343,6 +360,7 @@ struct cell_index<Dim>::nearest_search {
     double q[Dim];
     unsigned rejected;
     neighbours& found;
+    const node_places* places;
     double best = infinity;  // least square of a distance so far
     double limit = infinity; // square of a distance beyond which a node is out of the question
     double reach = 0;        // square of the distance up to which nodes are looked for
@@ -350,13 +368,19 @@ struct cell_index<Dim>::nearest_search {
     bool room = true;
 
     // Whether a row of cells, of an edge and with a lowest corner, is out of reach or out of the
-    // question, whatever its extent along the first axis.
+    // question.
     bool misses(const corner& low, std::int32_t edge) const
+    {
+        return away(low, edge) > std::min(limit, reach);
+    }
+
+    // The square of the distance to a row, if it went on without end along the first axis.
+    double away(const corner& low, std::int32_t edge) const
     {
         double sum = 0;
         for (unsigned d = 1; d < Dim; ++d)
             sum += square(std::max({low[d] - q[d], q[d] - low[d] - edge, 0.0}));
-        return sum > std::min(limit, reach);
+        return sum;
     }
 
     bool operator()(unsigned first, unsigned last)
@@ -388,21 +412,30 @@ struct cell_index<Dim>::nearest_search {
         }
         if (found.count < neighbours::room) squares[found.count] = sum;
         room = found.add({index.nodes_[i].node, i}) && room;
+        if (found.count == 2) ask_ahead(0);
+        if (found.count > 1) ask_ahead(found.count - 1);
+    }
+
+    void ask_ahead(unsigned k) const
+    {
+        prefetch(&index.orders_[found.list[k].place]);
+        if (places != nullptr) prefetch((*places)[found.list[k].node]);
     }
 };
 
 template <unsigned Dim>
-bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected, neighbours& found) const
+bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected, neighbours& found,
+                                   const node_places* places) const
 {
-    nearest_search search{*this, {}, rejected, found};
+    nearest_search search{*this, {}, rejected, found, places};
     corner at;
     for (unsigned d = 0; d < Dim; ++d) {
         if (!(std::abs(q[d]) * scale_ <= reach)) return false; // negated for NaN
         search.q[d] = (q[d] - base_[d]) * scale_ - 0.5;        // nodes stand amid their units
         at[d] = std::clamp(bound(q[d], d), 0, top_[d]);
     }
-    // With four nodes to a cell this is just above their distance on a regular lattice.
-    double radius = std::ldexp(0.65, int(edge_around(at)));
+    // With three nodes to a cell this is just above their distance on a regular lattice.
+    double radius = std::ldexp(0.715, int(edge_around(at)));
     for (;;) {
         corner low;
         corner high;

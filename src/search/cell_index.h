@@ -10,6 +10,7 @@
 #include <kz3/lattiq/element_type.h>
 
 #include "search/kd_layout.h"
+#include "search/node_places.h"
 
 namespace kz3::lattiq::detail {
 
@@ -77,7 +78,10 @@ public:
     /// All nodes but `rejected` whose distance from q exceeds the least by up to 2^-46 times the
     /// largest coordinate of q and that distance, and maybe some more. False if that would take long,
     /// q is too far away, or there is no room; also if there is no node.
-    bool find_nearest(const point& q, unsigned rejected, neighbours& found) const;
+    ///
+    /// Where several are found, their orders are asked for ahead, and their places if those are given.
+    bool find_nearest(const point& q, unsigned rejected, neighbours& found,
+                      const node_places* places = nullptr) const;
 
     const order& order_of(unsigned place) const { return orders_[place]; }
 
@@ -132,7 +136,7 @@ private:
     bool scan_box(const corner& low, const corner& high, Scan&& scan) const;
     row row_of(const region& of, const std::array<unsigned, 3>& cell, unsigned end) const;
     template <typename Scan>
-    bool scan_rows(const fixed_list<row, 16>& rows, const region& of, Scan& scan,
+    bool scan_rows(fixed_list<row, 16>& rows, const region& of, Scan& scan,
                    fixed_list<region, 1000>& pending) const;
 
     static constexpr std::size_t cells_at_most = 1000; // searched at once

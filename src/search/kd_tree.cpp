@@ -12,6 +12,7 @@
 #include "search/cell_index.h"
 #include "search/kd_layout.h"
 #include "search/nearest_tie.h"
+#include "search/node_places.h"
 #include "search/pending_stack.h"
 #include "search/point_tests.h"
 
@@ -149,9 +150,11 @@ auto node_kd_tree<Dim>::look_up(const point& q, node_filter filter) const -> hin
 {
     const hint nothing{false, {NO_NODE, farthest}};
     typename cell_index<Dim>::neighbours near;
-    if (!index_ || !index_->find_nearest(q, filter.rejected, near)) return nothing;
+    const node_places places(*coords);
+    if (!index_ || !index_->find_nearest(q, filter.rejected, near, &places)) return nothing;
     if (near.count == 1) return {true, {near.list[0].node, 0}};
 
+    if (near.rejected_place != NO_NODE) prefetch(&index_->order_of(near.rejected_place));
     double largest = 0;
     for (unsigned d = 0; d < Dim; ++d) largest = std::max(largest, std::abs(q[d]));
     double squares[near.room];
@@ -168,40 +171,51 @@ auto node_kd_tree<Dim>::look_up(const point& q, node_filter filter) const -> hin
         return squares[k] <= radius * radius;
     };
     nearest_tie<Dim> tie(q);
-    unsigned node = NO_NODE;
-    bool alone = true;
     for (unsigned k = 0; k < near.count; ++k) {
         if (!within(k, 2)) continue;
         if (!within(k, 1)) return nothing;
-        alone = alone && (node == NO_NODE || node == near.list[k].node);
-        node = near.list[k].node;
-        const auto& order = index_->order_of(near.list[k].place);
-        tie.add({column(*coords, node), squares[k], node, order, false});
+        const unsigned node = near.list[k].node;
+        tie.add({column(*coords, node), squares[k], node, &index_->order_of(near.list[k].place)});
     }
-    if (!alone) node = mark_path(q, near.rejected_place, filter, tie) ? tie.winner() : NO_NODE;
+    tie.drop_farther();
+    unsigned node = tie.only_node();
+    if (node == NO_NODE) node = resolve(q, near.rejected_place, filter, tie);
     if (node != NO_NODE) return {true, {node, 0}};
     return {false, {NO_NODE, distance + 1.5 * blur}};
 }
 
-// Marks the nodes of a tie that stand on the path from the root towards q, if that is the position of
-// the rejected node: insertion led this node to its entry, so down to there the path is what stands
-// above the entry. False if q is elsewhere.
+// The winner of a tie about the position of the rejected node, whose place in the index is given. NO_NODE
+// if q is elsewhere. The tree is read only if what the first descent meets below that node matters.
 template <unsigned Dim>
-bool node_kd_tree<Dim>::mark_path(const point& q, unsigned place, node_filter filter,
-                                  nearest_tie<Dim>& tie) const
+unsigned node_kd_tree<Dim>::resolve(const point& q, unsigned place, node_filter filter,
+                                    nearest_tie<Dim>& tie) const
 {
-    if (place == NO_NODE) return false;
+    if (place == NO_NODE) return NO_NODE;
     const double* p = column(*coords, filter.rejected);
-    if (!std::equal(p, p + Dim, q.data)) return false;
+    if (!std::equal(p, p + Dim, q.data)) return NO_NODE;
     const auto& here = index_->order_of(place);
-    if (!tie.mark_above(here)) return true; // nothing below
-    unsigned i = entry(here.entry).right;   // where what is equal goes
-    for (unsigned axis = next(here.mark.axis()); i < size(); axis = next(axis)) {
-        tie.mark(i);
-        const tree_entry at = entry(i);
-        i = column(*coords, at.node)[axis] > q[axis] ? at.left : at.right;
+    tie.descend_to(here);
+    const unsigned node = tie.winner();
+    if (node != NO_NODE) return node;
+    unsigned first = entry(here.entry).right; // where what is equal goes
+    unsigned last = size();
+    tie.leave(0, std::min(first, last));
+    for (unsigned axis = next(here.mark.axis()); tie.may_meet(first, last); axis = next(axis)) {
+        tie.meet(first);
+        if (!tie.may_meet(first, last)) break;
+        const tree_entry at = entry(first);
+        if (column(*coords, at.node)[axis] > q[axis]) {
+            const unsigned right = std::min(at.right, last);
+            tie.leave(right, last);
+            last = right;
+            first = at.left;
+        } else {
+            tie.leave(first, std::min(at.right, last));
+            first = at.right;
+        }
     }
-    return true;
+    tie.leave(0, size());
+    return tie.winner();
 }
 
 template <unsigned Dim>

@@ -115,7 +115,8 @@ private:
     unsigned append_entry(unsigned node);
     std::uint32_t load(std::span<const unsigned> nodes);
     hint look_up(const point& q, node_filter filter) const;
-    bool mark_path(const point& q, unsigned place, node_filter filter, nearest_tie<Dim>& tie) const;
+    unsigned resolve(const point& q, unsigned place, node_filter filter,
+                     nearest_tie<Dim>& tie) const;
     bool look_up_box(const point& lo, const point& hi, dense1D<unsigned>& out) const;
     void walk_box(const point& lo, const point& hi, dense1D<unsigned>& out) const;
     nearest descend(const point& q, node_filter filter) const;
