@@ -44,10 +44,9 @@ public:
     /// True if the ID was not a member yet.
     bool insert(unsigned id)
     {
-        if (id == NO_NODE) return false;
-        const bool added = slots_.empty() ? mark(id) : claim(id);
-        size_ += added;
-        return added;
+        if (id == NO_NODE || !(slots_.empty() ? mark(id) : claim(id))) return false;
+        ++size_;
+        return true;
     }
 
     /// Members other than NO_NODE.
@@ -61,9 +60,10 @@ private:
     {
         std::uint64_t& word = bits_[id / word_bits];
         const std::uint64_t bit = std::uint64_t(1) << id % word_bits;
-        const bool added = (word & bit) == 0;
+        // Written only where it changes: near IDs share a word, and each would wait for the last write.
+        if ((word & bit) != 0) return false;
         word |= bit;
-        return added;
+        return true;
     }
 
     bool claim(unsigned id)

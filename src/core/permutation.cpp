@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 
 #include <kz3/lattiq/core.h>
 
@@ -6,6 +7,23 @@
 
 namespace kz3::lattiq {
 namespace {
+
+/// Whether two vectors may hold a place in common.
+template <typename T>
+bool overlap(const dense1D<T>& a, const dense1D<unsigned>& b)
+{
+    const std::less<const void*> before;
+    return before(a.begin(), b.end()) && before(b.begin(), a.end());
+}
+
+template <typename T>
+void move_to_places(const T* from, const dense1D<unsigned>& perm, T* to, size_t n)
+{
+    const unsigned* place = perm.begin();
+    const size_t k = std::min(n, perm.size);
+    for (size_t i = 0; i < k; ++i)
+        if (place[i] < n && place[i] != i) to[place[i]] = from[i];
+}
 
 template <typename T>
 void permute(dense1D<T>& values, const dense1D<unsigned>& perm)
@@ -15,10 +33,13 @@ void permute(dense1D<T>& values, const dense1D<unsigned>& perm)
     dense1D<T> scratch;
     if (!scratch.copy(values)) return;
 
-    const size_t k = std::min(n, perm.size);
-    for (size_t i = 0; i < k; ++i)
-        if (perm[i] < n && perm[i] != i) scratch[perm[i]] = values[i];
-    std::copy_n(scratch.begin(), n, values.begin());
+    if (overlap(values, perm)) {
+        // The table must be read to its end before it changes.
+        move_to_places(values.begin(), perm, scratch.begin(), n);
+        std::copy_n(scratch.begin(), n, values.begin());
+    } else {
+        move_to_places(scratch.begin(), perm, values.begin(), n);
+    }
 }
 
 } // namespace

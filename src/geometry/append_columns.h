@@ -6,6 +6,8 @@
 #include <kz3/dense2D.h>
 
 #include "core/column.h"
+#include "core/prefetch.h"
+#include "geometry/height.h"
 
 namespace kz3::lattiq::detail {
 
@@ -27,13 +29,19 @@ bool append_columns_by(const dense2D<T>& src, size_t n, Id id, dense2D<T>& dst, 
     if (!(lower ? dst.resize(height, held + n, missing) : dst.resize(height, held + n)))
         return false;
 
-    for (size_t k = 0; k < n; ++k) {
-        const size_t j = id(k);
-        if (j < known)
-            std::copy_n(column(src, j), rows, column(dst, held + k));
-        else
-            std::fill_n(column(dst, held + k), height, missing);
-    }
+    // A column that has its ID far away is asked for this many turns before it is copied.
+    constexpr size_t ahead = 16;
+    with_height(rows, [&](auto fixed_rows) {
+        for (size_t k = 0; k < n; ++k) {
+            if (const size_t soon = k + ahead < n ? id(k + ahead) : known; soon < known)
+                prefetch(column(src, soon));
+            const size_t j = id(k);
+            if (j < known)
+                std::copy_n(column(src, j), size_t(fixed_rows), column(dst, held + k));
+            else
+                std::fill_n(column(dst, held + k), height, missing);
+        }
+    });
     return true;
 }
 

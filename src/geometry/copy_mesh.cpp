@@ -22,9 +22,15 @@ vector_fixed<double, N> times(double t, const vector_fixed<double, N>& v)
     return product;
 }
 
+// Only what the elements may name is written, since a small part of a large mesh may be copied many
+// times.
 void set_holes(dense1D<unsigned>& map, const dense2D<unsigned>& connectM)
 {
     if (connectM.empty()) return;
+    if (map.size <= connectM.rows * connectM.cols) {
+        map = NO_NODE;
+        return;
+    }
     for (size_t j = 0; j < connectM.cols; ++j) {
         const unsigned* node = column(connectM, j);
         for (size_t i = 0; i < connectM.rows; ++i)
@@ -63,8 +69,7 @@ int copy_mesh(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
     dense1D<unsigned> map;
     if (!map.resize(first_new)) return out_of_memory;
 
-    // A node that the list found no memory for has no copy. Only what the elements name is written,
-    // since a small part of a large mesh may be copied many times.
+    // A node that the list found no memory for has no copy.
     set_holes(map, connectM_copy);
     for (size_t k = 0; k < ids.size; ++k)
         if (ids[k] < first_new) map[ids[k]] = unsigned(first_new + k);

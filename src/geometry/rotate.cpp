@@ -24,8 +24,11 @@ struct turn {
         std::copy_n(center.data, Dim, q);
         for (size_t j = 0; j < Dim; ++j) {
             const double difference = p[j] - center[j];
-            if (is_zero(difference)) continue;
-            for (size_t d = 0; d < Dim; ++d) q[d] += difference * matrix[j * Dim + d];
+            const bool adds = !is_zero(difference);
+            for (size_t d = 0; d < Dim; ++d) {
+                const double sum = q[d] + difference * matrix[j * Dim + d];
+                q[d] = adds ? sum : q[d];
+            }
         }
         std::copy_n(q, Dim, p);
     }

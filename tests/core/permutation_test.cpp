@@ -4,6 +4,7 @@
 #include <numeric>
 #include <random>
 
+#include "plain/core/permutation.h"
 #include "support/allocation.h"
 #include "support/same.h"
 
@@ -144,4 +145,51 @@ TEST(PermutationOfRandomTables, IsUndoneByTheInverse)
         permutation(values, inverse);
         ASSERT_TRUE(same(values, before));
     }
+}
+
+TEST(PermutationOfItself, ReadsATableThatOverlapsTheValuesAsItWas)
+{
+    std::mt19937 random(11);
+    for (const size_t n : {1U, 2U, 3U, 17U, 200U})
+        for (size_t gap = 0; gap <= n; gap += 1 + n / 5)
+            for (const bool table_first : {false, true}) {
+                dense1D<unsigned> both(n + gap);
+                for (unsigned& x : both) x = unsigned(random() % (n + 2));
+                auto expected = duplicate(both);
+                const auto run = [&](dense1D<unsigned>& whole, auto permute) {
+                    auto values = whole.sub_vector(table_first ? gap : 0, n);
+                    permute(values, whole.sub_vector(table_first ? 0 : gap, n));
+                };
+                run(both, [](auto& v, const auto& p) { permutation(v, p); });
+                run(expected, [](auto& v, const auto& p) { plain::permutation(v, p); });
+                EXPECT_TRUE(same(both, expected)) << n << " with gap " << gap;
+            }
+}
+
+TEST(PermutationOfItself, ReadsATableWrappedAroundTheSameElementsAsItWas)
+{
+    unsigned elements[] = {3, 0, 1, 2, 1};
+    auto values = dense1D<unsigned>::wrap(elements, 4);
+    const auto table = dense1D<unsigned>::wrap(elements + 1, 4);
+    permutation(values, table);
+    // [3] becomes 0, [0] becomes 1, [1] becomes 2 and [2] becomes 1, which wins.
+    EXPECT_TRUE(same(values, dense1D<unsigned>{3, 2, 1, 2}));
+}
+
+TYPED_TEST(Permutation, AgreesWithTheStepsOneByOne)
+{
+    std::mt19937 random(5);
+    for (const size_t n : {1U, 2U, 5U, 64U, 1000U})
+        for (const size_t entries : {size_t(0), n / 2, n, n + 3})
+            for (int turn = 0; turn < 5; ++turn) {
+                dense1D<unsigned> perm(entries);
+                for (unsigned& p : perm) // repeats, holes and places beyond the end
+                    p = unsigned(random() % 8 == 0 ? none - random() % 2 : random() % (n + 2));
+                dense1D<TypeParam> values(n);
+                for (auto& x : values) x = TypeParam(random());
+                auto expected = duplicate(values);
+                permutation(values, perm);
+                plain::permutation(expected, perm);
+                ASSERT_TRUE(same(values, expected)) << n << ", " << entries;
+            }
 }

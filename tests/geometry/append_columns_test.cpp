@@ -84,3 +84,21 @@ TEST(AppendColumns, TakesColumnsOfViewsThatShareTheStorageThatGrows)
     ASSERT_TRUE(append_selected_columns(last, dense1D<unsigned>{1, 0}, pos));
     EXPECT_TRUE(same(pos, points({0, 1, 2, 3, 3, 2})));
 }
+
+TEST(AppendColumns, TakesColumnsOfAnyHeight)
+{
+    for (unsigned rows = 1; rows <= 9; ++rows) {
+        dense2D<unsigned> all(rows, 40);
+        for (unsigned j = 0; j < 40; ++j)
+            for (unsigned i = 0; i < rows; ++i) all(i, j) = 10 * j + i;
+        const auto before = duplicate(all);
+        dense1D<unsigned> ids;
+        for (unsigned k = 0; k < 40; ++k) ids.push_back(k * 7 % 41); // 40 too, which is none
+        ASSERT_TRUE(append_selected_columns(all, ids, all));
+        ASSERT_EQ(all.cols, 80U);
+        EXPECT_TRUE(same(all.sub_matrix(0, 0, rows, 40), before));
+        for (unsigned k = 0; k < 40; ++k)
+            for (unsigned i = 0; i < rows; ++i)
+                EXPECT_EQ(all(i, 40 + k), ids[k] < 40 ? 10 * ids[k] + i : none) << rows;
+    }
+}

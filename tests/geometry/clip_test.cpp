@@ -238,6 +238,57 @@ TEST(Clip, AgreesWithEachElementAskedByItself)
         }
 }
 
+TEST(Clip, AgreesWithEachElementAskedByItselfWhateverTheShapes)
+{
+    // Holes anywhere, values that are no number; more nodes than the elements name, and fewer.
+    std::mt19937 random(8);
+    for (std::size_t rows = 0; rows <= 4; ++rows)
+        for (std::size_t height = 1; height <= 9; ++height)
+            for (const std::size_t nodes : {3U, 50U, 20000U}) {
+                auto pos = cloud(rows, nodes, unsigned(random()));
+                for (std::size_t j = 0; rows != 0 && j < nodes; j += 7)
+                    pos(random() % rows, j) = j % 2 == 0 ? nan_value : infinity;
+                dense2D<unsigned> mesh(height, 1000);
+                for (std::size_t j = 0; j < mesh.cols; ++j)
+                    for (std::size_t i = 0; i < height; ++i)
+                        mesh(i, j) = random() % 5 == 0 ? none : unsigned(random() % nodes);
+                const strided<unsigned> gaps(mesh);
+                for (const double x : {1.0, -1.0, infinity}) {
+                    const vector_fixed<double, 3> normal{x, 0.25, -0.5};
+                    dense2D<unsigned> clipped;
+                    dense2D<unsigned> expected(height, 0);
+                    ASSERT_EQ(clip(pos, gaps.view, origin, normal, clipped), 0);
+                    plain::clip(pos, mesh, origin, normal, expected);
+                    ASSERT_TRUE(same(clipped, expected)) << rows << ", " << height << ", " << nodes;
+                }
+            }
+}
+
+TEST(Clip, DoesWithoutTheEstimateOfALongList)
+{
+    const auto pos = line();
+    dense2D<unsigned> mesh(2, 1000);
+    for (std::size_t j = 0; j < mesh.cols; ++j) {
+        mesh(0, j) = 3 + j % 2;
+        mesh(1, j) = unsigned(j % 5);
+    }
+    dense2D<unsigned> expected;
+    plain::clip(pos, mesh, origin, right, expected);
+    dense2D<unsigned> clipped;
+    {
+        const allocation::fail_containers broken(1);
+        EXPECT_EQ(clip(pos, mesh, origin, right, clipped), 0);
+        ASSERT_TRUE(broken.fired());
+    }
+    EXPECT_TRUE(same(clipped, expected));
+    auto held = columns<unsigned>({{9, 8}});
+    {
+        const allocation::fail_containers broken(1, true); // nor the list itself
+        EXPECT_EQ(clip(pos, mesh, origin, right, held), 0);
+    }
+    EXPECT_TRUE(same(held, columns<unsigned>({{9, 8}})));
+}
+
 TEST(Clip, LeavesOutAnElementThatTheListFindsNoMemoryFor)
 {
     const auto pos = line();

@@ -112,6 +112,17 @@ TEST(Rotate, AddsNothingForADifferenceThatIsZeroOrNotANumber)
     EXPECT_EQ(space(1, 0), infinity);
 }
 
+TEST(Rotate, KeepsTheSignOfAZeroWhereItAddsNothing)
+{
+    auto pos = columns<double>({{-0.0, 0, nan_value}});
+    const vector_fixed<double, 3> center{-0.0, -0.0, -0.0};
+    EXPECT_EQ(rotate(pos, center, vector_fixed<double, 3>{0.3, 0.4, 0.5}), 1);
+    for (std::size_t d = 0; d < 3; ++d) {
+        EXPECT_EQ(pos(d, 0), 0.0);
+        EXPECT_TRUE(std::signbit(pos(d, 0)));
+    }
+}
+
 TEST(Rotate, AddsTheColumnsOfTheMatrixToTheCenterInOrder)
 {
     const double angle = 0.7;

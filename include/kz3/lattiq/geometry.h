@@ -245,7 +245,8 @@ KZ3_LATTIQ_API int copy_sym_mesh(dense2D<double>& pos, dense2D<unsigned>& connec
 ///         0
 /// On a negative result clipped is unchanged. An element for which the list of those to keep finds no
 /// memory is left out without a word. std::bad_alloc may leave, with clipped unchanged, out of a table
-/// of two bytes for each node of pos. O(rows * cols); the side of a node is found once.
+/// of a byte for each node of pos. O(rows * cols), and a column of pos for each node; beside the table
+/// at most a list of the elements.
 KZ3_LATTIQ_API int clip(const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                         const vector_fixed<double, 3>& point, const vector_fixed<double, 3>& normal,
                         dense2D<unsigned>& clipped);
