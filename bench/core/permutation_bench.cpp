@@ -5,7 +5,7 @@ using namespace kz3::lattiq;
 
 LATTIQ_BENCHMARKS(permutation)
 {
-    // The field of the first nodes of the elements, moved to places in random order.
+    // A value per element, from back to front.
     bench::add_on_meshes("permutation", "tetra", [](const bench::mesh& m) {
         dense1D<double> values(m.elements(), 1.0);
         dense1D<unsigned> places(m.elements());

@@ -1,6 +1,9 @@
 #include <utility>
 
+#include <vtkAppendFilter.h>
+
 #include "support/on_meshes.h"
+#include "support/peers.h"
 
 using namespace kz3;
 using namespace kz3::lattiq;
@@ -36,4 +39,14 @@ LATTIQ_BENCHMARKS(copy_mesh)
         add_copy("tetra", n, bench::numbering::shuffled);
     }
     add_copy("tetra", bench::large_size, bench::numbering::natural);
+    // A mesh beside its copy, both in a new object.
+    bench::add_peer_on_meshes("copy_mesh", "tetra", "vtk", [](const bench::mesh& m) {
+        return [grid = bench::vtk_grid(m)] {
+            vtkNew<vtkAppendFilter> filter;
+            filter->AddInputData(bench::fresh(grid));
+            filter->AddInputData(bench::fresh(grid));
+            filter->Update();
+            return vtkSmartPointer<vtkDataObject>(filter->GetOutputDataObject(0));
+        };
+    });
 }

@@ -1,6 +1,9 @@
 #include <utility>
 
+#include <vtkReflectionFilter.h>
+
 #include "support/on_meshes.h"
+#include "support/peers.h"
 
 using namespace kz3;
 using namespace kz3::lattiq;
@@ -37,4 +40,15 @@ LATTIQ_BENCHMARKS(copy_sym_mesh)
         add_copy("tetra", n, bench::numbering::shuffled);
     }
     add_copy("tetra", bench::large_size, bench::numbering::natural);
+    // Mirrors in a plane across an axis only, and copies the mesh that it was given too.
+    bench::add_peer_on_meshes("copy_sym_mesh", "tetra", "vtk", [](const bench::mesh& m) {
+        return [grid = bench::vtk_grid(m)] {
+            vtkNew<vtkReflectionFilter> filter;
+            filter->SetInputData(bench::fresh(grid));
+            filter->SetPlaneToX();
+            filter->CopyInputOn();
+            filter->Update();
+            return vtkSmartPointer<vtkDataObject>(filter->GetOutputDataObject(0));
+        };
+    });
 }

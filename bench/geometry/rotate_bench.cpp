@@ -1,4 +1,4 @@
-#include "support/on_meshes.h"
+#include "geometry/moved_points.h"
 
 using namespace kz3;
 using namespace kz3::lattiq;
@@ -13,4 +13,5 @@ LATTIQ_BENCHMARKS(rotate)
             return rotate(pos, center, turn);
         };
     });
+    bench::add_moved_points("rotate", [](vtkTransform& t) { t.RotateZ(0.06); });
 }

@@ -1,4 +1,4 @@
-#include "support/on_meshes.h"
+#include "geometry/moved_points.h"
 
 using namespace kz3;
 using namespace kz3::lattiq;
@@ -12,4 +12,5 @@ LATTIQ_BENCHMARKS(translate)
             return translate(pos, step);
         };
     });
+    bench::add_moved_points("translate", [](vtkTransform& t) { t.Translate(1e-6, 0, 0); });
 }

@@ -1,4 +1,4 @@
-#include "support/on_meshes.h"
+#include "geometry/moved_points.h"
 
 using namespace kz3;
 using namespace kz3::lattiq;
@@ -12,4 +12,6 @@ LATTIQ_BENCHMARKS(zoom)
             return zoom(pos, center, 1.0 + 1e-9);
         };
     });
+    bench::add_moved_points("zoom",
+                            [](vtkTransform& t) { t.Scale(1.0 + 1e-9, 1.0 + 1e-9, 1.0 + 1e-9); });
 }
