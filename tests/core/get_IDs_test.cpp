@@ -40,6 +40,7 @@ TEST(GetIDs, MatchesEqualIDsByPosition)
 {
     expect_maps(list{10, 20, 30}, list{30, 40, 10}, list{2, none, 0}, list{2, none, 0});
     expect_maps(list{10, 20, 30, 40}, list{20}, list{1}, list{none, 0, none, none});
+    expect_maps(list{0, 1, 2}, list{3, 2}, list{none, 2}, list{none, none, 1});
 }
 
 TEST(GetIDs, TakesTheLastPlaceOfARepeatedID)
