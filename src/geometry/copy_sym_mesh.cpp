@@ -32,8 +32,8 @@ int copy_mirrored(dense2D<double>& pos, dense2D<unsigned>& connectM_copy,
         const double k = dot<Dim>(difference, normal.data) * f;
         for (size_t d = 0; d < Dim; ++d) p[d] += k * normal[d];
     };
-    mover<Dim, decltype(mirror)> move(pos, mirror);
-    for (size_t j = first_new; j < pos.cols; ++j) move(j);
+    const mover<Dim, decltype(mirror)> move(pos, mirror);
+    for (size_t j = first_new; j < pos.cols; ++j) move(column(pos, j));
     return 0;
 }
 

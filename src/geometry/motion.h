@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 #include <kz3/dense1D.h>
@@ -13,7 +14,7 @@ namespace kz3::lattiq::detail {
 /// Whether a value moves nothing. Asked by comparison, so that NaN counts as no motion.
 inline bool is_zero(double x)
 {
-    return !(x < 0) && !(x > 0);
+    return !(std::abs(x) > 0);
 }
 
 template <std::size_t N>
@@ -31,15 +32,14 @@ bool is_zero(const vector_fixed<double, N>& v)
 template <size_t Dim, typename Motion>
 class mover {
 public:
-    mover(dense2D<double>& pos, const Motion& motion) : pos_(pos), motion_(motion)
+    mover(dense2D<double>& pos, const Motion& motion) : motion_(motion)
     {
         if (pos.rows < Dim) pos.resize(Dim, pos.cols, 0.0);
         held_ = std::min(pos.rows, Dim);
     }
 
-    void operator()(size_t j)
+    void operator()(double* p) const
     {
-        double* p = column(pos_, j);
         if (held_ == Dim) {
             motion_(p);
             return;
@@ -51,7 +51,6 @@ public:
     }
 
 private:
-    dense2D<double>& pos_;
     Motion motion_;
     size_t held_ = 0;
 };
@@ -60,8 +59,8 @@ private:
 template <size_t Dim, typename Motion>
 int move_all(dense2D<double>& pos, const Motion& motion)
 {
-    mover<Dim, Motion> move(pos, motion);
-    for (size_t j = 0; j < pos.cols; ++j) move(j);
+    const mover<Dim, Motion> move(pos, motion);
+    for (size_t j = 0; j < pos.cols; ++j) move(column(pos, j));
     return int(pos.cols);
 }
 
@@ -75,7 +74,7 @@ int move_listed(dense2D<double>& pos, const dense1D<unsigned>& ids, const Motion
     int moved = 0;
     for (size_t i = 0; i < ids.size; ++i) {
         if (ids[i] >= pos.cols) continue;
-        move(ids[i]);
+        move(column(pos, ids[i]));
         ++moved;
     }
     return moved;

@@ -20,17 +20,22 @@ struct turn {
 
     void operator()(double* p) const
     {
-        double q[Dim];
-        std::copy_n(center.data, Dim, q);
+        double difference[Dim];
+        bool all_add = true;
         for (size_t j = 0; j < Dim; ++j) {
-            const double difference = p[j] - center[j];
-            const bool adds = !is_zero(difference);
-            for (size_t d = 0; d < Dim; ++d) {
-                const double sum = q[d] + difference * matrix[j * Dim + d];
-                q[d] = adds ? sum : q[d];
-            }
+            difference[j] = p[j] - center[j];
+            all_add = all_add && !is_zero(difference[j]);
         }
-        std::copy_n(q, Dim, p);
+        for (size_t d = 0; d < Dim; ++d) {
+            double sum = center[d];
+            if (all_add) {
+                for (size_t j = 0; j < Dim; ++j) sum += difference[j] * matrix[j * Dim + d];
+            } else {
+                for (size_t j = 0; j < Dim; ++j)
+                    if (!is_zero(difference[j])) sum += difference[j] * matrix[j * Dim + d];
+            }
+            p[d] = sum;
+        }
     }
 };
 

@@ -35,8 +35,8 @@ int zoom_listed(dense2D<double>& pos, const vector_fixed<double, Dim>& center, d
                 const dense1D<unsigned>& ids)
 {
     if (pos.empty() || is_one(factor) || ids.size == 0) return 0;
-    mover<Dim, decltype(motion(center, factor))> move(pos, motion(center, factor));
-    for (size_t i = 0; i < ids.size; ++i) move(ids[i]);
+    const mover<Dim, decltype(motion(center, factor))> move(pos, motion(center, factor));
+    for (size_t i = 0; i < ids.size; ++i) move(column(pos, ids[i]));
     return 0;
 }
 
