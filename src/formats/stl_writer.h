@@ -7,6 +7,7 @@
 #include <kz3/dense2D.h>
 
 #include "core/column.h"
+#include "core/prefetch.h"
 #include "formats/file.h"
 #include "formats/print_number.h"
 #include "formats/stl_facet.h"
@@ -22,6 +23,18 @@ inline stl_facet corners_of(const dense2D<double>& pos, const unsigned* node)
         corners[k] = {x[0], x[1], pos.rows == 3 ? x[2] : 0.0};
     }
     return corners;
+}
+
+/// Prints all facets. Where nodes lie in no order, they are asked for ahead.
+template <typename Print>
+void write_facets(block_writer& to, const dense2D<double>& pos, const dense2D<unsigned>& connectM,
+                  size_t facets, Print print)
+{
+    constexpr size_t ahead = 8;
+    for (size_t e = 0; e < facets && to.ok(); ++e) {
+        if (e + ahead < facets) prefetch_columns<3>(pos, column(connectM, e + ahead));
+        to.print([&](char* at) { return print(at, corners_of(pos, column(connectM, e))); });
+    }
 }
 
 // ---- text ----
@@ -45,8 +58,7 @@ inline void write_stl_text(block_writer& to, const dense2D<double>& pos,
                            const dense2D<unsigned>& connectM, size_t facets)
 {
     to.text("solid KZ3\n");
-    for (size_t e = 0; e < facets && to.ok(); ++e)
-        to.print([&](char* at) { return print_facet(at, corners_of(pos, column(connectM, e))); });
+    write_facets(to, pos, connectM, facets, print_facet);
     to.text("endsolid KZ3\n");
 }
 
@@ -64,7 +76,7 @@ inline char* store(const stl_point& x, char* bytes)
     return bytes;
 }
 
-inline char* store(const stl_facet& corners, char* bytes)
+inline char* store_facet(char* bytes, const stl_facet& corners)
 {
     bytes = store(facet_unit_normal(corners), bytes);
     for (const stl_point& x : corners) bytes = store(x, bytes);
@@ -80,8 +92,7 @@ inline void write_stl_binary(block_writer& to, const dense2D<double>& pos,
                                            ' ', 'B', 'i', 'n', 'a', 'r', 'y'};
     store(static_cast<std::uint32_t>(facets), head.data() + header_size);
     to.bytes(head.data(), head.size());
-    for (size_t e = 0; e < facets && to.ok(); ++e)
-        to.print([&](char* at) { return store(corners_of(pos, column(connectM, e)), at); });
+    write_facets(to, pos, connectM, facets, store_facet);
 }
 
 } // namespace kz3::lattiq::detail

@@ -48,14 +48,6 @@ double measure_face(const dense2D<double>& pos, const unsigned* node)
                               : measure<4, quadrangle_quality<Dim>>(pos, node);
 }
 
-/// Where nodes lie in no order, the wait for their coordinates is most of the time.
-template <unsigned N>
-void prefetch_nodes(const dense2D<double>& pos, const unsigned* node)
-{
-    for (unsigned k = 0; k < N; ++k)
-        if (node[k] != NO_NODE) prefetch(column(pos, node[k]));
-}
-
 template <unsigned N, double (*Measure)(const dense2D<double>&, const unsigned*)>
 int fill(const dense2D<double>& pos, const dense2D<unsigned>& connectM, element_type type,
          dense1D<double>& qualities)
@@ -65,9 +57,9 @@ int fill(const dense2D<double>& pos, const dense2D<unsigned>& connectM, element_
     double* quality = qualities.begin();
     // Columns of no rows have no nodes to look at: their values stay 0.
     const size_t n = connectM.empty() ? 0 : connectM.cols;
-    constexpr size_t ahead = 16;
+    constexpr size_t ahead = 16; // where nodes lie in no order, they are most of the wait
     for (size_t e = 0; e < n; ++e) {
-        if (e + ahead < n) prefetch_nodes<N>(pos, column(connectM, e + ahead));
+        if (e + ahead < n) prefetch_columns<N>(pos, column(connectM, e + ahead));
         quality[e] = Measure(pos, column(connectM, e));
     }
     return 0;
