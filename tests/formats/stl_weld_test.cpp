@@ -3,15 +3,18 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <new>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <kz3/lattiq/formats.h>
 
 #include "formats/stl_files.h"
+#include "formats/stl_points.h"
 #include "support/allocation.h"
 #include "support/files.h"
 #include "support/same.h"
@@ -148,6 +151,30 @@ TEST(STLInput, LeavesNodesThatAreNowhereApart)
     }
 }
 
+// Heights above a corner that the table of places takes for the same at first.
+std::pair<float, float> heights_of_one_hash()
+{
+    using kz3::lattiq::detail::stl_points;
+    std::map<std::uint32_t, float> heights;
+    for (unsigned k = 0;; ++k) {
+        const float z = float(k) * 0.25F;
+        const auto [known, is_new] = heights.try_emplace(stl_points::hash_of({1, 2, z}), z);
+        if (!is_new) return {known->second, z};
+    }
+}
+
+TEST(STLInput, KeepsCornersOfTheSameHashApart)
+{
+    const auto [low, high] = heights_of_one_hash();
+    ASSERT_NE(low, high);
+    const soup facets = {{1, 2, low, 2, 2, low, 1, 3, low}, {1, 2, high, 2, 2, high, 1, 3, high}};
+    for (const bool form : {text, binary}) {
+        const std::string content = to_file(facets, form);
+        ASSERT_NO_FATAL_FAILURE(expect_as_plain(content, form));
+        EXPECT_EQ(read(content, form).pos.cols, 6U);
+    }
+}
+
 // ---- exhausted memory ----
 
 // Facets as read are the same, whether or not their corners were one node for a while.
@@ -169,6 +196,35 @@ TEST(STLInput, LeavesOutTheColumnsThatThePlainReaderLeavesOut)
             expected.code = plain::STL_input(in.name(), expected.pos, expected.connectM, text);
         }
         EXPECT_TRUE(same_bits(m, expected)) << n;
+    }
+}
+
+// So are the corners of a facet that is cut, also where the second of them would need more room.
+TEST(STLInput, LeavesOutTheCornersThatThePlainReaderLeavesOut)
+{
+    std::mt19937 random(8114);
+    for (const std::size_t facets : {1U, 5U, 21U, 85U}) { // and a corner: a power of 2
+        std::string content = to_file(random_soup(random, facets + 1, 0), text);
+        content.resize(content.rfind("vertex"));
+        const temporary_file in(content);
+        unsigned left_out = 0;
+        for (std::size_t n = 1; n <= 18; ++n) {
+            mesh m;
+            mesh expected;
+            {
+                const allocation::fail_containers breaker(n, true);
+                m.code = STL_input(in.name(), m.pos, m.connectM, text);
+            }
+            {
+                const allocation::fail_containers breaker(n, true);
+                expected.code = plain::STL_input(in.name(), expected.pos, expected.connectM, text);
+            }
+            if (expected.connectM.cols == facets && expected.pos.cols == 3 * facets + 1) {
+                ++left_out;
+                EXPECT_TRUE(same_bits(m, expected)) << facets << " facets, failure " << n;
+            }
+        }
+        EXPECT_GT(left_out, 0U) << facets;
     }
 }
 
