@@ -25,7 +25,8 @@ inline stl_facet corners_of(const dense2D<double>& pos, const unsigned* node)
     return corners;
 }
 
-/// Prints all facets. Where nodes lie in no order, they are asked for ahead.
+/// Prints all facets. Where nodes lie in no order, they are asked for ahead. A facet costs little, so
+/// `print` is to be a lambda, not the address of a function.
 template <typename Print>
 void write_facets(block_writer& to, const dense2D<double>& pos, const dense2D<unsigned>& connectM,
                   size_t facets, Print print)
@@ -58,7 +59,8 @@ inline void write_stl_text(block_writer& to, const dense2D<double>& pos,
                            const dense2D<unsigned>& connectM, size_t facets)
 {
     to.text("solid KZ3\n");
-    write_facets(to, pos, connectM, facets, print_facet);
+    write_facets(to, pos, connectM, facets,
+                 [](char* at, const stl_facet& corners) { return print_facet(at, corners); });
     to.text("endsolid KZ3\n");
 }
 
@@ -92,7 +94,8 @@ inline void write_stl_binary(block_writer& to, const dense2D<double>& pos,
                                            ' ', 'B', 'i', 'n', 'a', 'r', 'y'};
     store(static_cast<std::uint32_t>(facets), head.data() + header_size);
     to.bytes(head.data(), head.size());
-    write_facets(to, pos, connectM, facets, store_facet);
+    write_facets(to, pos, connectM, facets,
+                 [](char* at, const stl_facet& corners) { return store_facet(at, corners); });
 }
 
 } // namespace kz3::lattiq::detail
