@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <type_traits>
 
 #include <kz3/dense1D.h>
 #include <kz3/dense2D.h>
@@ -38,9 +39,12 @@ public:
         held_ = std::min(pos.rows, Dim);
     }
 
+    /// Whether the columns have all rows that the motion needs.
+    bool is_whole() const { return held_ == Dim; }
+
     void operator()(double* p) const
     {
-        if (held_ == Dim) {
+        if (is_whole()) {
             motion_(p);
             return;
         }
@@ -55,12 +59,41 @@ private:
     size_t held_ = 0;
 };
 
+#if defined(__GNUC__)
+/// One coordinate of two nodes. Each lane is computed as a double is, so it rounds as that does.
+using two_doubles [[gnu::vector_size(16)]] = double;
+#endif
+
+/// Moves the columns two at a time, up to an odd last one, if the motion can be applied to coordinates
+/// of two nodes; returns how many. The columns have all rows that the motion needs.
+template <size_t Dim, typename Motion>
+size_t move_pairs(dense2D<double>& pos, const Motion& motion)
+{
+    size_t j = 0;
+#if defined(__GNUC__)
+    if constexpr (std::is_invocable_v<const Motion&, two_doubles*>)
+        for (; j + 1 < pos.cols; j += 2) {
+            double* p = column(pos, j);
+            double* q = column(pos, j + 1);
+            two_doubles both[Dim];
+            for (size_t d = 0; d < Dim; ++d) both[d] = two_doubles{p[d], q[d]};
+            motion(both);
+            for (size_t d = 0; d < Dim; ++d) {
+                p[d] = both[d][0];
+                q[d] = both[d][1];
+            }
+        }
+#endif
+    return j;
+}
+
 /// Moves all columns; returns how many.
 template <size_t Dim, typename Motion>
 int move_all(dense2D<double>& pos, const Motion& motion)
 {
     const mover<Dim, Motion> move(pos, motion);
-    for (size_t j = 0; j < pos.cols; ++j) move(column(pos, j));
+    size_t j = move.is_whole() ? move_pairs<Dim>(pos, motion) : 0;
+    for (; j < pos.cols; ++j) move(column(pos, j));
     return int(pos.cols);
 }
 

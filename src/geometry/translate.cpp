@@ -7,6 +7,7 @@ namespace kz3::lattiq {
 namespace {
 using namespace detail;
 
+// Of one node only: its rows fill a vector as they lie, while nodes side by side have to be collected.
 template <size_t Dim>
 auto motion(const vector_fixed<double, Dim>& v)
 {

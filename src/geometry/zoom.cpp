@@ -13,11 +13,12 @@ bool is_one(double factor)
     return !(factor < 1.0) && !(factor > 1.0);
 }
 
+// T is a double, or a vector with a node in each lane.
 template <size_t Dim>
 auto motion(const vector_fixed<double, Dim>& center, double factor)
 {
-    return [center, factor](double* p) {
-        double difference[Dim];
+    return [center, factor]<typename T>(T* p) {
+        T difference[Dim];
         for (size_t d = 0; d < Dim; ++d) difference[d] = p[d] - center[d];
         for (size_t d = 0; d < Dim; ++d) p[d] += difference[d] * (factor - 1.0);
     };

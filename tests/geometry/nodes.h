@@ -29,6 +29,18 @@ inline testing::AssertionResult near(const dense2D<double>& a, const dense2D<dou
     return testing::AssertionSuccess();
 }
 
+/// As same, and zeros have the same sign.
+inline testing::AssertionResult same_signs(const dense2D<double>& a, const dense2D<double>& b)
+{
+    if (const auto values = same(a, b); !values) return values;
+    for (std::size_t j = 0; j < a.cols; ++j)
+        for (std::size_t i = 0; i < a.rows; ++i)
+            if (a(i, j) == 0.0 && std::signbit(a(i, j)) != std::signbit(b(i, j)))
+                return testing::AssertionFailure() << "row " << i << ", column " << j << ": "
+                                                   << a(i, j) << " against " << b(i, j);
+    return testing::AssertionSuccess();
+}
+
 // Node j stands at (j, 10 * j).
 inline dense2D<double> points(std::size_t n)
 {

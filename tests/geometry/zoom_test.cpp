@@ -4,6 +4,7 @@
 
 #include "geometry/nodes.h"
 #include "geometry/sweeps.h"
+#include "plain/geometry/motions.h"
 #include "support/same.h"
 
 namespace {
@@ -53,6 +54,30 @@ TEST(Zoom, AddsTheScaledDifferenceToTheNode)
     ASSERT_EQ(zoom(pos, vector_fixed<double, 2>{c, c}, 3.0), 1);
     EXPECT_EQ(pos(0, 0), x + (x - c) * (3.0 - 1.0));
     EXPECT_NE(pos(0, 0), c + (x - c) * 3.0);
+}
+
+// Nodes move two at a time, and an odd one alone.
+TEST(Zoom, MovesAnyNumberOfNodesOfAnyNumberOfRowsAsOneByOne)
+{
+    const auto compare = [](const auto& center, std::size_t rows, std::size_t n) {
+        auto expected = cloud(rows, n, unsigned(n));
+        expected(0, n / 2) = infinity;
+        expected(1, n - 1) = nan_value;
+        expected(1, n / 3) = center[1];
+        strided<double> pos(expected);
+        auto dense = duplicate(expected);
+        for (std::size_t j = 0; j < n; ++j) plain::zoom(expected, j, center, 0.3);
+        EXPECT_EQ(zoom(dense, center, 0.3), int(n));
+        EXPECT_TRUE(same_signs(dense, expected)) << rows << " rows, " << n << " nodes";
+        EXPECT_EQ(zoom(pos.view, center, 0.3), int(n));
+        EXPECT_TRUE(same_signs(pos.view, expected)) << rows << " rows, " << n << " nodes";
+        EXPECT_TRUE(pos.gaps_untouched());
+    };
+    for (std::size_t n = 1; n < 8; ++n)
+        for (const std::size_t rows : {2U, 3U, 4U, 5U}) {
+            compare(vector_fixed<double, 2>{0.1, -0.2}, rows, n);
+            if (rows > 2) compare(vector_fixed<double, 3>{0.1, -0.2, 0.3}, rows, n);
+        }
 }
 
 TEST(Zoom, OfListedNodesReturnsZeroAndMovesRepeatedNodesRepeatedly)

@@ -48,6 +48,14 @@ void translate(kz3::dense2D<double>& pos, std::size_t j, const kz3::vector_fixed
     for (std::size_t d = 0; d < N; ++d) pos(d, j) += v[d];
 }
 
+/// Moves one node to `factor` times its distance from the center.
+template <std::size_t N>
+void zoom(kz3::dense2D<double>& pos, std::size_t j, const kz3::vector_fixed<double, N>& center,
+          double factor)
+{
+    for (std::size_t d = 0; d < N; ++d) pos(d, j) += (pos(d, j) - center[d]) * (factor - 1.0);
+}
+
 inline double times(double t, double angle)
 {
     return t * angle;
