@@ -193,4 +193,5 @@ LATTIQ_BENCHMARKS(find_closest)
             add_nanoflann(kind, queries);
             add_cgal(kind, queries);
         }
+    for (const size_t queries : {10'000, 1'000'000}) add_lattiq("ordered", queries);
 }

@@ -221,4 +221,5 @@ LATTIQ_BENCHMARKS(find_in_box)
             add_vtk(kind, queries);
             add_trees(kind, queries);
         }
+    for (const size_t queries : {10'000, 1'000'000}) add_lattiq("ordered", queries);
 }

@@ -11,6 +11,7 @@
 #include <random>
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -289,6 +290,21 @@ void grid_points(random_engine& engine, dense2D<double>& pos)
     }
 }
 
+/// Anywhere, but numbered as a mesh generator would: along the rows of a grid with a point per cell.
+void ordered_points(random_engine& engine, dense2D<double>& pos)
+{
+    const double edge = std::ceil(std::cbrt(double(pos.cols)));
+    using numbered_place = std::pair<double, std::array<double, 3>>;
+    std::vector<numbered_place> places(pos.cols);
+    for (auto& [number, p] : places) {
+        for (double& x : p) x = uniform(engine);
+        number = (std::floor(p[2] * edge) * edge + std::floor(p[1] * edge)) * edge + p[0] * edge;
+    }
+    std::sort(places.begin(), places.end());
+    for (size_t j = 0; j < pos.cols; ++j)
+        for (unsigned d = 0; d < 3; ++d) pos(d, j) = places[j].second[d];
+}
+
 dense2D<double> make_points(const std::string& kind, size_t n, std::uint64_t seed)
 {
     random_engine engine(seed);
@@ -299,6 +315,8 @@ dense2D<double> make_points(const std::string& kind, size_t n, std::uint64_t see
         grid_points(engine, pos);
     } else if (kind == "surface") {
         for (size_t j = 0; j < n; ++j) random_direction(engine, &pos(0, j));
+    } else if (kind == "ordered") {
+        ordered_points(engine, pos);
     } else if (kind == "uniform") {
         for (size_t j = 0; j < n; ++j)
             for (unsigned d = 0; d < 3; ++d) pos(d, j) = uniform(engine);

@@ -32,7 +32,8 @@ const mesh& mesh_of(const std::string& kind, size_t n, numbering order = numberi
 size_t mesh_size(const std::string& kind, size_t n);
 
 /// n points, 3 x n. kind: "uniform" in the unit cube, "clustered" (a thousand Gaussian clusters of
-/// very different widths), "grid" (a cubic lattice, in random order), "surface" (on a sphere).
+/// very different widths), "grid" (a cubic lattice, in random order), "surface" (on a sphere),
+/// "ordered" (uniform, but numbered along the rows of a grid).
 const kz3::dense2D<double>& points_of(const std::string& kind, size_t n);
 
 /// n random places to ask about the points of that kind: near them, but not on them.

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <limits>
 #include <new>
-#include <utility>
 
 #include "core/prefetch.h"
+
 namespace kz3::lattiq::detail {
 namespace {
 
@@ -26,20 +26,6 @@ double square(double x)
     return x * x;
 }
 
-// What the nearest row holds spares the search many of the others.
-template <typename Rows, typename Scan>
-void bring_nearest_first(Rows& rows, const Scan& scan)
-{
-    unsigned nearest = 0;
-    double least = infinity;
-    for (unsigned r = 0; r < rows.count; ++r) {
-        const double away = scan.away(rows.list[r].low, rows.list[r].edge);
-        nearest = away < least ? r : nearest;
-        least = std::min(least, away);
-    }
-    if (nearest != 0) std::swap(rows.list[0], rows.list[nearest]);
-}
-
 } // namespace
 
 // ---- making
@@ -52,11 +38,12 @@ auto cell_index<Dim>::make(const placed_node<Dim>* nodes, unsigned n)
     try {
         const auto index = std::make_shared<cell_index>();
         if (!index->frame_nodes(nodes, n)) return nullptr;
+        place_list with_full;
         index->sort_into_cells(nodes, n);
-        for (unsigned g = 0; g < index->grids_.size(); ++g) index->cut_full_cells(g);
+        index->link_full_cells(grids::whole_box, with_full);
+        for (std::size_t k = 0; k < with_full.size(); ++k)
+            index->cut_full_cells(with_full[k], with_full);
         index->grids_.shrink_to_fit();
-        index->starts_.shrink_to_fit();
-        index->links_.shrink_to_fit();
         return index;
     } catch (const std::bad_alloc&) {
         return nullptr; // the tree answers without an index, only slower
@@ -77,18 +64,24 @@ bool cell_index<Dim>::frame_nodes(const placed_node<Dim>* nodes, unsigned n)
             high[d] = std::max(high[d], x);
             sum += x * 0;
         }
-    if (!(sum == 0) || !choose_cells(high, n)) return false;
+    if (!(sum == 0)) return false;
+    const int shift = choose_cells(high, n);
+    if (shift < 0) return false;
+    shift_ = unsigned(shift);
+    std::array<unsigned, Dim> cells;
     for (unsigned d = 0; d < Dim; ++d) {
         top_[d] = whole(high[d], d);
-        grids_[0].cells[d] = (unsigned(top_[d]) >> grids_[0].shift) + 1;
+        cells[d] = (unsigned(top_[d]) >> shift_) + 1;
     }
+    grids_.start(shift_, cells);
     return true;
 }
 
-// The narrowest cells that are not too many, and the finest unit that keeps to the reach. False where
-// squares of distances could overflow, or distances of a unit could underflow.
+// Chooses the finest unit that keeps to the reach. Returns the shift of the narrowest cells that are
+// not too many, or a negative number where squares of distances could overflow, or distances of a
+// unit could underflow.
 template <unsigned Dim>
-bool cell_index<Dim>::choose_cells(const point& high, unsigned n)
+int cell_index<Dim>::choose_cells(const point& high, unsigned n)
 {
     double largest = 0;
     double extent = 0;
@@ -96,7 +89,7 @@ bool cell_index<Dim>::choose_cells(const point& high, unsigned n)
         largest = std::max({largest, std::abs(base_[d]), std::abs(high[d])});
         extent = std::max(extent, high[d] - base_[d]);
     }
-    if (largest > 0x1p500 || (extent > 0 && extent < 0x1p-300)) return false;
+    if (largest > 0x1p500 || (extent > 0 && extent < 0x1p-300)) return -1;
 
     double edge = 1;
     if (extent > 0) {
@@ -111,28 +104,13 @@ bool cell_index<Dim>::choose_cells(const point& high, unsigned n)
     int shift = bits - 1 - std::ilogb(extent / edge + 1);
     scale_ = std::ldexp(1 / edge, shift);
     for (; largest * scale_ > reach / 2; scale_ /= 2) --shift;
-    grids_.push_back({unsigned(shift), {}, 0, no_links});
-    return shift >= 0;
+    return shift;
 }
 
 template <unsigned Dim>
 std::int32_t cell_index<Dim>::whole(double x, unsigned d) const
 {
     return std::int32_t((x - base_[d]) * scale_);
-}
-
-// The place in starts_ of the cell around a corner. A grid within a cell begins at a multiple of its
-// own extent, which is a power of 2.
-template <unsigned Dim>
-std::size_t cell_index<Dim>::cell_of(const grid& of, const corner& at) const
-{
-    const bool within = &of != grids_.data();
-    std::size_t cell = 0;
-    for (unsigned d = Dim; d-- > 0;) {
-        const unsigned k = unsigned(at[d]) >> of.shift;
-        cell = cell * of.cells[d] + (within ? k & (of.cells[d] - 1) : k);
-    }
-    return of.first + cell;
 }
 
 template <unsigned Dim>
@@ -143,77 +121,82 @@ void cell_index<Dim>::sort_into_cells(const placed_node<Dim>* nodes, unsigned n)
         for (unsigned d = 0; d < Dim; ++d) at[d] = whole(nodes[i].p[d], d);
         return at;
     };
-    const grid& all = grids_[0];
-    std::size_t cells = 1;
-    for (const unsigned count : all.cells) cells *= count;
-    starts_.assign(cells + 1, 0);
-    for (unsigned i = 0; i < n; ++i) ++starts_[cell_of(all, corner_of(i))];
-    unsigned sum = 0;
-    for (unsigned& start : starts_) start = sum += start;
+    const grid all = grids_.at(grids::whole_box);
+    unsigned* starts = grids_.starts(grids::whole_box);
+    for (unsigned i = 0; i < n; ++i) ++starts[all.cell_of(corner_of(i))];
+    grids_.count_up(grids::whole_box, 0);
     nodes_.resize(n);
     orders_.resize(n);
     for (unsigned i = n; i-- > 0;) {
         const corner at = corner_of(i);
-        const unsigned to = --starts_[cell_of(all, at)];
+        const unsigned to = --starts[all.cell_of(at)];
         nodes_[to] = {at, nodes[i].node};
         orders_[to] = {i, nodes[i].mark};
     }
 }
 
+// Whether it is worth a cut; it is not where all stand at one place, as in a cell of one unit.
 template <unsigned Dim>
-bool cell_index<Dim>::all_at_one_place(unsigned first, unsigned last) const
+bool cell_index<Dim>::is_full(const cell& of) const
 {
-    return std::all_of(nodes_.begin() + first, nodes_.begin() + last,
-                       [&](const stored& node) { return node.at == nodes_[first].at; });
+    return of.last - of.first > full &&
+           !std::all_of(nodes_.begin() + of.first, nodes_.begin() + of.last,
+                        [&](const stored& node) { return node.at == nodes_[of.first].at; });
 }
 
-// Appends a grid for each cell of a grid that holds too many nodes.
 template <unsigned Dim>
-void cell_index<Dim>::cut_full_cells(unsigned g)
+auto cell_index<Dim>::cell_at(const grid& of, std::size_t number) const -> cell
 {
-    const unsigned shift = grids_[g].shift;
-    if (shift == 0) return;
-    std::size_t cells = 1;
-    for (const unsigned count : grids_[g].cells) cells *= count;
-    for (std::size_t cell = 0; cell < cells; ++cell) {
-        const unsigned first = starts_[grids_[g].first + cell];
-        const unsigned last = starts_[grids_[g].first + cell + 1];
-        if (last - first <= full || all_at_one_place(first, last)) continue;
-        if (grids_[g].first_link == no_links) {
-            grids_[g].first_link = links_.size();
-            links_.resize(links_.size() + cells);
-        }
-        links_[grids_[g].first_link + cell] = unsigned(grids_.size());
-        cut_cell(first, last, shift);
+    return {of.shift, of.starts[number], of.starts[number + 1]};
+}
+
+// Gives the last grid room for links, and notes it, if some of its cells are full.
+template <unsigned Dim>
+void cell_index<Dim>::link_full_cells(unsigned place, place_list& with_full)
+{
+    const grid made = grids_.at(place);
+    const std::size_t cells = grids_.cells_in(place);
+    std::size_t k = 0;
+    while (k < cells && !is_full(cell_at(made, k))) ++k;
+    if (k == cells) return;
+    with_full.push_back(place);
+    grids_.add_links(place);
+}
+
+template <unsigned Dim>
+void cell_index<Dim>::cut_full_cells(unsigned place, place_list& with_full)
+{
+    const std::size_t cells = grids_.cells_in(place);
+    for (std::size_t k = 0; k < cells; ++k) {
+        const cell one = cell_at(grids_.at(place), k);
+        if (is_full(one)) grids_.link(place, k, cut(one, with_full));
     }
 }
 
-// Appends a grid of as many cells as suits these nodes, and sorts them into it.
+// Appends a grid of as many cells as suits the nodes of a cell, and sorts them into it. Returns its
+// place.
 template <unsigned Dim>
-void cell_index<Dim>::cut_cell(unsigned first, unsigned last, unsigned shift)
+unsigned cell_index<Dim>::cut(const cell& of, place_list& with_full)
 {
+    const unsigned count = of.last - of.first;
     unsigned halvings = 1;
-    while (halvings < shift && ((last - first) / nodes_per_cell) >> (Dim * halvings) != 0)
-        ++halvings;
-    const std::size_t cells = std::size_t(1) << (Dim * halvings);
-    grids_.push_back({shift - halvings, {}, starts_.size(), no_links});
-    grids_.back().cells.fill(1u << halvings);
-    const grid& made = grids_.back();
-    starts_.resize(starts_.size() + cells + 1);
+    while (halvings < of.shift && (count / nodes_per_cell) >> (Dim * halvings) != 0) ++halvings;
+    const unsigned place = grids_.append(of.shift, halvings);
+    if (place == grids::whole_box) return place;
+    const grid made = grids_.at(place);
+    unsigned* starts = grids_.starts(place);
 
-    const std::vector<stored> nodes(nodes_.begin() + first, nodes_.begin() + last);
-    const std::vector<order> orders(orders_.begin() + first, orders_.begin() + last);
-    for (const stored& node : nodes) ++starts_[cell_of(made, node.at)];
-    unsigned sum = first;
-    for (std::size_t cell = 0; cell <= cells; ++cell) {
-        unsigned& start = starts_[made.first + cell];
-        start = sum += start;
-    }
+    const std::vector<stored> nodes(nodes_.begin() + of.first, nodes_.begin() + of.last);
+    const std::vector<order> orders(orders_.begin() + of.first, orders_.begin() + of.last);
+    for (const stored& node : nodes) ++starts[made.cell_of(node.at)];
+    grids_.count_up(place, of.first);
     for (std::size_t i = nodes.size(); i-- > 0;) {
-        const unsigned to = --starts_[cell_of(made, nodes[i].at)];
+        const unsigned to = --starts[made.cell_of(nodes[i].at)];
         nodes_[to] = nodes[i];
         orders_[to] = orders[i];
     }
+    link_full_cells(place, with_full);
+    return place;
 }
 
 // ---- searching
@@ -223,77 +206,80 @@ void cell_index<Dim>::cut_cell(unsigned first, unsigned last, unsigned shift)
 // then, or if there is no room to note all grids that are to be searched.
 template <unsigned Dim>
 template <typename Scan>
-bool cell_index<Dim>::scan_box(const corner& low, const corner& high, Scan&& scan) const
+bool cell_index<Dim>::scan_box(const corner& low, const corner& high, Scan& scan) const
 {
-    fixed_list<region, 1000> pending;
-    region at{0, {}};
-    for (;;) {
-        const grid& here = grids_[at.grid];
-        std::array<unsigned, 3> from{};
-        std::array<unsigned, 3> to{};
-        for (unsigned d = 0; d < Dim; ++d) {
-            const std::int32_t end = std::int32_t(here.cells[d] << here.shift) - 1;
-            from[d] = unsigned(std::max(low[d] - at.origin[d], 0)) >> here.shift;
-            to[d] = unsigned(std::min(high[d] - at.origin[d], end)) >> here.shift;
-        }
-        // Rows of cells stand apart in memory: the wait for the first is the wait for several.
-        fixed_list<row, 16> rows;
-        for (unsigned z = from[2]; z <= to[2]; ++z)
-            for (unsigned y = from[1]; y <= to[1]; ++y) {
-                const row one = row_of(at, {from[0], y, z}, to[0]);
-                if (one.first == one.last || scan.misses(one.low, one.edge)) continue;
-                prefetch(nodes_.data() + one.first);
-                if (rows.add(one)) continue;
-                if (!scan_rows(rows, at, scan, pending)) return false;
-                rows.count = 0;
-                rows.add(one);
+    regions pending;
+    for (region at{grids::whole_box, {}, 0};; at = pending.list[--pending.count]) {
+        if (!scan.misses(at.away)) {
+            const grid here = grids_.at(at.place);
+            std::array<unsigned, 3> from{};
+            std::array<unsigned, 3> to{};
+            for (unsigned d = 0; d < Dim; ++d) {
+                const std::int32_t end = std::int32_t(here.cells[d] << here.shift) - 1;
+                from[d] = unsigned(std::max(low[d] - at.origin[d], 0)) >> here.shift;
+                to[d] = unsigned(std::min(high[d] - at.origin[d], end)) >> here.shift;
             }
-        if (!scan_rows(rows, at, scan, pending)) return false;
+            // Rows of cells stand apart in memory: the wait for the first is the wait for several.
+            rows near(here, to[0] - from[0] + 1);
+            for (unsigned z = from[2]; z <= to[2]; ++z)
+                for (unsigned y = from[1]; y <= to[1]; ++y) {
+                    if (near.count == near.room) {
+                        if (!scan_rows(near, scan, pending)) return false;
+                        near.count = 0;
+                    }
+                    add_row(near, at.origin, {from[0], y, z}, scan);
+                }
+            if (!scan_rows(near, scan, pending)) return false;
+        }
         if (pending.count == 0) return true;
-        at = pending.list[--pending.count];
     }
 }
 
-// The cells from a given one up to another along the first axis.
+// Adds the row that begins with a cell, unless it is empty or out of reach.
 template <unsigned Dim>
-auto cell_index<Dim>::row_of(const region& of, const std::array<unsigned, 3>& cell,
-                             unsigned end) const -> row
+template <typename Scan>
+void cell_index<Dim>::add_row(rows& to, const corner& origin, const std::array<unsigned, 3>& first,
+                              const Scan& scan) const
 {
-    const grid& here = grids_[of.grid];
-    row made;
-    std::size_t number = 0;
+    row& made = to.list[to.count]; // written in place: a copy would wait for the stores
+    unsigned number = 0;
     for (unsigned d = Dim; d-- > 0;) {
-        number = number * here.cells[d] + cell[d];
-        made.low[d] = of.origin[d] + std::int32_t(cell[d] << here.shift);
+        number = number * to.of.cells[d] + first[d];
+        made.low[d] = origin[d] + std::int32_t(first[d] << to.of.shift);
     }
+    made.away = 0;
+    for (unsigned d = 1; d < Dim; ++d) made.away += scan.away(d, made.low[d], to.of.shift);
+    if (scan.misses(made.away)) return;
     made.cell = number;
-    made.cells = end - cell[0] + 1;
-    made.edge = std::int32_t(1) << here.shift;
-    made.first = starts_[here.first + number];
-    made.last = starts_[here.first + number + made.cells];
-    return made;
+    made.first = to.of.starts[number];
+    made.last = to.of.starts[number + to.cells];
+    if (made.first == made.last) return;
+    prefetch(nodes_.data() + made.first);
+    ++to.count;
 }
 
 template <unsigned Dim>
 template <typename Scan>
-bool cell_index<Dim>::scan_rows(fixed_list<row, 16>& rows, const region& of, Scan& scan,
-                                fixed_list<region, 1000>& pending) const
+bool cell_index<Dim>::scan_rows(const rows& near, Scan& scan, regions& pending) const
 {
-    const grid& here = grids_[of.grid];
-    bring_nearest_first(rows, scan);
-    for (unsigned r = 0; r < rows.count; ++r) {
-        const row& one = rows.list[r];
-        if (scan.misses(one.low, one.edge)) continue; // by now
-        if (here.first_link == no_links || one.last - one.first <= full) {
+    const grid& of = near.of;
+    for (unsigned r = 0; r < near.count; ++r) {
+        const row& one = near.list[r];
+        if (scan.misses(one.away)) continue; // by now
+        if (of.inner == nullptr || one.last - one.first <= full) {
             if (!scan(one.first, one.last)) return false;
             continue;
         }
-        const unsigned* starts = starts_.data() + here.first + one.cell;
-        for (unsigned x = 0; x < one.cells; ++x) {
-            region inner{links_[here.first_link + one.cell + x], one.low};
-            inner.origin[0] += std::int32_t(x) * one.edge;
-            const bool room = inner.grid == 0 ? scan(starts[x], starts[x + 1]) : pending.add(inner);
-            if (!room) return false;
+        for (unsigned x = 0; x < near.cells; ++x) {
+            region within{of.inner[one.cell + x], one.low, one.away};
+            within.origin[0] += std::int32_t(x << of.shift);
+            within.away += scan.away(0, within.origin[0], of.shift);
+            if (scan.misses(within.away)) continue;
+            grids_.ask_ahead(within.place);
+            const unsigned* starts = of.starts + one.cell + x;
+            if (within.place == grids::whole_box ? !scan(starts[0], starts[1])
+                                                 : !pending.add(within))
+                return false;
         }
     }
     return true;
@@ -316,8 +302,8 @@ struct cell_index<Dim>::box_search {
     const corner& high;
     box_candidates& found;
 
-    static bool misses(const corner&, std::int32_t) { return false; }
-    static double away(const corner&, std::int32_t) { return 0; } // all must be scanned
+    static bool misses(double) { return false; }
+    static double away(unsigned, std::int32_t, unsigned) { return 0; } // all must be scanned
 
     bool operator()(unsigned first, unsigned last)
     {
@@ -351,11 +337,18 @@ bool cell_index<Dim>::find_in_box(const point& lo, const point& hi, box_candidat
         to[d] = std::min(high[d], top_[d]);
     }
     if (cells_between(from, to) > cells_at_most) return false;
-    return scan_box(from, to, box_search{*this, low, high, found});
+    box_search search{*this, low, high, found};
+    return scan_box(from, to, search);
 }
 
 template <unsigned Dim>
 struct cell_index<Dim>::nearest_search {
+    nearest_search(const cell_index& at, unsigned other_than, neighbours& into,
+                   const node_places* known)
+        : index(at), rejected(other_than), found(into), places(known)
+    {
+    }
+
     const cell_index& index;
     double q[Dim];
     unsigned rejected;
@@ -364,23 +357,17 @@ struct cell_index<Dim>::nearest_search {
     double best = infinity;  // least square of a distance so far
     double limit = infinity; // square of a distance beyond which a node is out of the question
     double reach = 0;        // square of the distance up to which nodes are looked for
-    double squares[neighbours::room] = {};
-    bool room = true;
+    double squares[neighbours::room];
 
-    // Whether a row of cells, of an edge and with a lowest corner, is out of reach or out of the
+    // Whether what is as far away, by the square of the distance, is out of reach or out of the
     // question.
-    bool misses(const corner& low, std::int32_t edge) const
-    {
-        return away(low, edge) > std::min(limit, reach);
-    }
+    bool misses(double away) const { return away > std::min(limit, reach); }
 
-    // The square of the distance to a row, if it went on without end along the first axis.
-    double away(const corner& low, std::int32_t edge) const
+    // The square of the distance along one axis to what begins at low and is 2^shift units long.
+    double away(unsigned d, std::int32_t low, unsigned shift) const
     {
-        double sum = 0;
-        for (unsigned d = 1; d < Dim; ++d)
-            sum += square(std::max({low[d] - q[d], q[d] - low[d] - edge, 0.0}));
-        return sum;
+        const std::int32_t high = low + (std::int32_t(1) << shift);
+        return square(std::max({low - q[d], q[d] - high, 0.0}));
     }
 
     bool operator()(unsigned first, unsigned last)
@@ -388,16 +375,17 @@ struct cell_index<Dim>::nearest_search {
         for (unsigned i = first; i < last; ++i) {
             double sum = 0;
             for (unsigned d = 0; d < Dim; ++d) sum += square(index.nodes_[i].at[d] - q[d]);
-            if (sum <= limit) take(i, sum);
+            if (sum <= limit && !take(i, sum)) return false;
         }
         return true;
     }
 
-    void take(unsigned i, double sum)
+    // False if there is no room.
+    bool take(unsigned i, double sum)
     {
         if (index.nodes_[i].node == rejected) {
             found.rejected_place = i;
-            return;
+            return true;
         }
         if (sum < best) {
             best = sum;
@@ -411,9 +399,10 @@ struct cell_index<Dim>::nearest_search {
             found.count = kept;
         }
         if (found.count < neighbours::room) squares[found.count] = sum;
-        room = found.add({index.nodes_[i].node, i}) && room;
+        if (!found.add({index.nodes_[i].node, i})) return false;
         if (found.count == 2) ask_ahead(0);
         if (found.count > 1) ask_ahead(found.count - 1);
+        return true;
     }
 
     void ask_ahead(unsigned k) const
@@ -427,15 +416,18 @@ template <unsigned Dim>
 bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected, neighbours& found,
                                    const node_places* places) const
 {
-    nearest_search search{*this, {}, rejected, found, places};
+    nearest_search search(*this, rejected, found, places);
     corner at;
     for (unsigned d = 0; d < Dim; ++d) {
         if (!(std::abs(q[d]) * scale_ <= reach)) return false; // negated for NaN
         search.q[d] = (q[d] - base_[d]) * scale_ - 0.5;        // nodes stand amid their units
         at[d] = std::clamp(bound(q[d], d), 0, top_[d]);
     }
+    // What stands in the cell around q tells how far to look, more often than not.
+    const cell home = grids_.cell_around(at);
+    search(home.first, home.last);
     // With three nodes to a cell this is just above their distance on a regular lattice.
-    double radius = std::ldexp(0.715, int(edge_around(at)));
+    double radius = std::min(std::sqrt(search.best) + slack, 0.715 * double(1u << home.shift));
     for (;;) {
         corner low;
         corner high;
@@ -449,25 +441,11 @@ bool cell_index<Dim>::find_nearest(const point& q, unsigned rejected, neighbours
         if (cells_between(low, high) > cells_at_most) return false;
         if (all) radius = infinity; // for there is nothing beyond
         found.count = 0;
-        search.best = search.limit = infinity;
         search.reach = square(radius);
         if (!scan_box(low, high, search)) return false;
         const double needed = std::sqrt(search.best) + slack;
-        if (!search.room) return false;
         if (needed <= radius) return found.count != 0;
-        radius = found.count != 0 ? needed : 1.5 * radius;
-    }
-}
-
-// The edge of the smallest cell around a corner is 2 to the power of the result.
-template <unsigned Dim>
-unsigned cell_index<Dim>::edge_around(const corner& at) const
-{
-    for (unsigned g = 0;;) {
-        const grid& here = grids_[g];
-        if (here.first_link == no_links) return here.shift;
-        g = links_[here.first_link + (cell_of(here, at) - here.first)];
-        if (g == 0) return here.shift;
+        radius = search.best < infinity ? needed : 1.5 * radius;
     }
 }
 
@@ -476,7 +454,7 @@ std::size_t cell_index<Dim>::cells_between(const corner& low, const corner& high
 {
     std::size_t cells = 1;
     for (unsigned d = 0; d < Dim; ++d)
-        cells *= (unsigned(high[d]) >> grids_[0].shift) - (unsigned(low[d]) >> grids_[0].shift) + 1;
+        cells *= (unsigned(high[d]) >> shift_) - (unsigned(low[d]) >> shift_) + 1;
     return cells;
 }
 

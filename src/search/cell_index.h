@@ -9,6 +9,7 @@
 #include <kz3/fixed.h>
 #include <kz3/lattiq/element_type.h>
 
+#include "search/cell_grids.h"
 #include "search/kd_layout.h"
 #include "search/node_places.h"
 
@@ -23,7 +24,7 @@ struct fixed_list {
 
     bool add(const T& one)
     {
-        if (count == Room) return false;
+        if (count >= Room) return false;
         list[count++] = one;
         return true;
     }
@@ -86,58 +87,61 @@ public:
     const order& order_of(unsigned place) const { return orders_[place]; }
 
 private:
-    using corner = std::array<std::int32_t, Dim>;
+    using grids = cell_grids<Dim>;
+    using grid = typename grids::grid;
+    using cell = typename grids::cell;
+    using corner = typename grids::corner;
 
     struct stored {
         corner at;
         unsigned node;
     };
 
-    // Cells side by side with edges of 2^shift units: of the whole box, or within one cell.
-    struct grid {
-        unsigned shift;
-        std::array<unsigned, Dim> cells; // along each axis
-        std::size_t first;               // of its cells in starts_
-        std::size_t first_link;          // of its cells in links_, or no_links
-    };
-    static constexpr std::size_t no_links = std::size_t(-1);
-
     // A grid to be searched, and where it begins.
     struct region {
-        unsigned grid;
+        unsigned place;
         corner origin;
+        double away; // as the search reckons
     };
+    using regions = fixed_list<region, 1000>;
 
     // Cells of a grid side by side along the first axis.
     struct row {
-        std::size_t cell; // the first, counted within the grid
-        unsigned cells;
+        unsigned cell;  // the first, counted within the grid
         unsigned first; // of their nodes
         unsigned last;
         corner low;
-        std::int32_t edge;
+        double away;
+    };
+    struct rows : fixed_list<row, 16> {
+        rows(const grid& g, unsigned n) : of(g), cells(n) {}
+
+        const grid& of;
+        unsigned cells; // in each row
     };
 
     struct box_search;
     struct nearest_search;
 
+    using place_list = std::vector<unsigned>;
     bool frame_nodes(const placed_node<Dim>* nodes, unsigned n);
-    bool choose_cells(const point& high, unsigned n);
+    int choose_cells(const point& high, unsigned n);
     void sort_into_cells(const placed_node<Dim>* nodes, unsigned n);
-    bool all_at_one_place(unsigned first, unsigned last) const;
-    void cut_full_cells(unsigned g);
-    void cut_cell(unsigned first, unsigned last, unsigned shift);
+    bool is_full(const cell& of) const;
+    cell cell_at(const grid& of, std::size_t number) const;
+    void link_full_cells(unsigned place, place_list& with_full);
+    void cut_full_cells(unsigned place, place_list& with_full);
+    unsigned cut(const cell& of, place_list& with_full);
     std::int32_t whole(double x, unsigned d) const;
     std::int32_t bound(double x, unsigned d) const;
-    std::size_t cell_of(const grid& of, const corner& at) const;
-    unsigned edge_around(const corner& at) const;
     std::size_t cells_between(const corner& low, const corner& high) const;
     template <typename Scan>
-    bool scan_box(const corner& low, const corner& high, Scan&& scan) const;
-    row row_of(const region& of, const std::array<unsigned, 3>& cell, unsigned end) const;
+    bool scan_box(const corner& low, const corner& high, Scan& scan) const;
     template <typename Scan>
-    bool scan_rows(fixed_list<row, 16>& rows, const region& of, Scan& scan,
-                   fixed_list<region, 1000>& pending) const;
+    void add_row(rows& to, const corner& origin, const std::array<unsigned, 3>& first,
+                 const Scan& scan) const;
+    template <typename Scan>
+    bool scan_rows(const rows& near, Scan& scan, regions& pending) const;
 
     static constexpr std::size_t cells_at_most = 1000; // searched at once
 
@@ -145,10 +149,9 @@ private:
     double scale_ = 0; // units per length
     corner top_{};     // the largest coordinates
     std::vector<stored> nodes_;
-    std::vector<order> orders_;    // of nodes_
-    std::vector<grid> grids_;      // the first is of the whole box
-    std::vector<unsigned> starts_; // of the cells of each grid in nodes_, and the end of the grid
-    std::vector<unsigned> links_;  // for each cell of some grids: the grid within, or 0
+    std::vector<order> orders_; // of nodes_
+    grids grids_;
+    unsigned shift_ = 0; // of the grid of the whole box
 };
 
 extern template class cell_index<2>;

@@ -59,19 +59,18 @@ public:
         }
         for (unsigned k = 0; k < members_.count; ++k)
             if (distances[k] > least) next = std::min(next, distances[k]);
-        fixed_list<member, cell_index<Dim>::neighbours::room> nearest;
-        for (unsigned k = 0; k < members_.count; ++k) {
-            if (distances[k] > least) continue;
-            if (!is_met(members_.list[k], next)) return;
-            nearest.add(members_.list[k]);
-        }
-        members_ = nearest;
+        for (unsigned k = 0; k < members_.count; ++k)
+            if (!(distances[k] > least) && !is_met(members_.list[k], next)) return;
+        unsigned kept = 0;
+        for (unsigned k = 0; k < members_.count; ++k)
+            if (!(distances[k] > least)) members_.list[kept++] = members_.list[k];
+        members_.count = kept;
     }
 
     /// The node, where there is only one, or else NO_NODE.
     unsigned only_node() const
     {
-        const unsigned node = begin()->node;
+        const unsigned node = members_.count == 0 ? NO_NODE : begin()->node;
         const bool alone =
             std::all_of(begin(), end(), [&](const member& m) { return m.node == node; });
         return alone ? node : NO_NODE;

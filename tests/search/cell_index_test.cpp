@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <set>
 #include <vector>
 
 #include "search/trees.h"
@@ -54,6 +55,9 @@ void expect_nearest(const cell_index<Dim>& index, const std::vector<placed_node<
     typename cell_index<Dim>::neighbours found;
     if (!index.find_nearest(q, rejected, found)) return;
     ++told;
+    std::set<unsigned> once;
+    for (unsigned k = 0; k < found.count; ++k)
+        ASSERT_TRUE(once.insert(found.list[k].node).second) << found.list[k].node;
     double least = std::numeric_limits<double>::infinity();
     for (const auto& node : nodes)
         if (node.node != rejected) least = std::min(least, distance<Dim>(node, q));
