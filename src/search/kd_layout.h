@@ -42,10 +42,11 @@ struct placed_node {
 /// The first node of a list becomes the root, whichever others follow, and each of the others goes to
 /// one side by its own coordinates alone, behind those that went there before it. So the two
 /// sides are the list without its first node, parted in two without a change of order, and are
-/// trees of the same kind. Parting streams through memory, where insertion would jump about.
+/// trees of the same kind. Parting streams from one room to the other and back, where insertion would
+/// jump about.
 ///
 /// @param nodes    n nodes in the order of insertion; left in the order of the entries
-/// @param spare    room for n - 1 more
+/// @param spare    room for n more
 /// @param entries  3 n words: node, left and right of each entry, as in tree_entry
 /// @return number of nodes that were compared with a split value
 /// Throws std::bad_alloc where a degenerate tree needs a long list of pending subtrees. O(n) times

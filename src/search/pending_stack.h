@@ -24,6 +24,15 @@ public:
         ++size_;
     }
 
+    /// Pushes an item whose value is still to be set, and returns it.
+    T& push()
+    {
+        if (size_ < N) return near_[size_++];
+        deep_.emplace_back();
+        ++size_;
+        return deep_.back();
+    }
+
     /// Removes the last item and returns it; the stack must not be empty.
     T pop()
     {

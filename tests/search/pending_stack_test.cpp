@@ -25,6 +25,14 @@ TEST(PendingStack, GivesItemsBackInReverse)
     EXPECT_TRUE(stack.empty());
 }
 
+TEST(PendingStack, GivesBackItemsThatWereSetInPlace)
+{
+    pending_stack<int, 2> stack;
+    for (int i = 0; i < 5; ++i) stack.push() = i;
+    for (int i = 4; i >= 0; --i) EXPECT_EQ(stack.pop(), i);
+    EXPECT_TRUE(stack.empty());
+}
+
 TEST(PendingStack, AllocatesOnlyBeyondItsOwnItems)
 {
     pending_stack<int, 3> stack;
