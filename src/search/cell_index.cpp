@@ -79,7 +79,8 @@ bool cell_index<Dim>::frame_nodes(const placed_node<Dim>* nodes, unsigned n)
 
 // Chooses the finest unit that keeps to the reach. Returns the shift of the narrowest cells that are
 // not too many, or a negative number where squares of distances could overflow, or distances of a
-// unit could underflow.
+// unit could underflow. A unit is less than 2^-26 times the largest coordinate, unless all nodes stand
+// at one place: points that are asked for, within the reach, have coordinates below 2^18 times that.
 template <unsigned Dim>
 int cell_index<Dim>::choose_cells(const point& high, unsigned n)
 {
@@ -89,7 +90,7 @@ int cell_index<Dim>::choose_cells(const point& high, unsigned n)
         largest = std::max({largest, std::abs(base_[d]), std::abs(high[d])});
         extent = std::max(extent, high[d] - base_[d]);
     }
-    if (largest > 0x1p500 || (extent > 0 && extent < 0x1p-300)) return -1;
+    if (largest > 0x1p490 || (extent > 0 && extent < 0x1p-300)) return -1;
 
     double edge = 1;
     if (extent > 0) {

@@ -70,6 +70,7 @@ const cloud clouds_with_ties[] = {
     {"Subnormal", [](auto& r) { return double(r() % 6) * 5e-324; }, 5e-324},
     {"TinyNextToOne", [](auto& r) { return r() % 9 == 0 ? 1 : double(r() % 6) * 1e-165; }, 1e-165},
     {"Enormous", [](auto& r) { return (unit(r) - 0.5) * 2e154; }, 1e153},
+    {"FarPointsHaveNoFiniteSquares", [](auto& r) { return (unit(r) - 0.5) * 6e150; }, 6e149},
     {"WithAnInfinity", [](auto& r) { return r() % 200 == 0 ? sign(r) * inf : double(r() % 6); }, 1},
     {"WithANaN", [](auto& r) { return r() % 200 == 0 ? not_a_number : double(r() % 6); }, 1},
 };
@@ -111,6 +112,7 @@ point<Dim> place(const cloud& of, const dense2D<double>& pos, std::mt19937& rand
         if (kind == 12) q[d] = of.centre + sign(random) * std::pow(10.0, double(random() % 25));
         if (kind == 13) q[d] = random() % 3 == 0 ? sign(random) * inf : q[d];
         if (kind == 14) q[d] = random() % 3 == 0 ? not_a_number : q[d];
+        if (kind == 15) q[d] += of.length * sign(random) * std::pow(10.0, double(random() % 9));
     }
     return q;
 }
