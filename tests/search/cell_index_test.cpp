@@ -151,6 +151,83 @@ TEST(CellIndex, LeavesPointsTooFarAwayAndNoNumbersAlone)
     EXPECT_TRUE(index->find_nearest({1000, 0}, none, found));
 }
 
+TEST(CellIndex, DoesNotAnswerWithoutANodeButTheRejected)
+{
+    const placed_node<2> nodes[] = {{{0, 0}, 7, {}}, {{0, 0}, 7, {}}};
+    cell_index<2>::neighbours found;
+    EXPECT_FALSE(cell_index<2>::make(nodes, 2)->find_nearest({0, 0}, 7, found));
+    EXPECT_EQ(found.count, 0u);
+}
+
+namespace {
+
+// A node in the far corner of the unit cube, and a lattice in the near one.
+template <unsigned Dim>
+std::vector<placed_node<Dim>> far_node_and_lattice(unsigned side, double spacing)
+{
+    std::vector<placed_node<Dim>> nodes(1);
+    std::fill_n(nodes[0].p, Dim, 1.0);
+    for (unsigned j = 0; j < (Dim == 2 ? side * side : side * side * side); ++j) {
+        placed_node<Dim> node{};
+        unsigned place = j;
+        for (double& x : node.p) {
+            x = spacing * double(place % side);
+            place /= side;
+        }
+        node.node = j + 1;
+        nodes.push_back(node);
+    }
+    return nodes;
+}
+
+template <unsigned Dim>
+void compare_lattices_of_few_units(unsigned side)
+{
+    int told = 0;
+    for (double units = 0.5; units < 16; units *= 1.02) {
+        SCOPED_TRACE(testing::Message() << Dim << "-D, spacing " << units);
+        const double spacing = units * 0x1p-29; // the unit is half to twice as long
+        const auto nodes = far_node_and_lattice<Dim>(side, spacing);
+        const auto index = cell_index<Dim>::make(nodes.data(), unsigned(nodes.size()));
+        ASSERT_TRUE(index);
+        for (const auto& node : nodes) {
+            point<Dim> q{};
+            std::copy_n(node.p, Dim, q.data);
+            expect_nearest<Dim>(*index, nodes, q, node.node, told);
+            for (double& x : q) x += spacing / 2;
+            expect_nearest<Dim>(*index, nodes, q, none, told);
+        }
+    }
+    EXPECT_GT(told, 10000);
+}
+
+} // namespace
+
+// Whole units are then much rounder than the distances that are alike.
+TEST(CellIndex, ListsAllNearestNodesOfALatticeOfFewUnits)
+{
+    compare_lattices_of_few_units<2>(9);
+    compare_lattices_of_few_units<3>(5);
+}
+
+// What is so close by comparison with the point's coordinates is more units away, the further out.
+TEST(CellIndex, ListsNodesThatRoundingCouldBlurOrLeavesThePointAlone)
+{
+    int told = 0;
+    for (int exponent = 0; exponent < 50; ++exponent) {
+        const double x = std::ldexp(1, exponent);
+        const double blur = std::ldexp(x, -46);
+        const placed_node<2> nodes[] = {{{0, 0}, 0, {}}, {{1, 0}, 1, {}}, {{1 - blur, 0}, 2, {}}};
+        const auto index = cell_index<2>::make(nodes, 3);
+        ASSERT_TRUE(index);
+        cell_index<2>::neighbours found;
+        if (!index->find_nearest({x, 0}, none, found)) continue;
+        ++told;
+        EXPECT_GE(found.count, 2u) << exponent;
+    }
+    EXPECT_GE(told, 10);
+}
+
 TEST(CellIndex, IsDoneWithoutWhereMemoryIsExhausted)
 {
     std::mt19937 random(1);

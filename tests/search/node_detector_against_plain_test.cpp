@@ -63,6 +63,8 @@ const cloud clouds_with_ties[] = {
     {"NeighbouringDoubles",
      [](auto& r) { return 1 + double(r() % 8) * std::numeric_limits<double>::epsilon(); },
      std::numeric_limits<double>::epsilon()},
+    {"LatticeOfFewUnits", [](auto& r) { return r() % 500 == 0 ? 1 : double(r() % 20) * 7e-9; },
+     7e-9},
     {"OneFarAway", [](auto& r) { return r() % 500 == 0 ? 1e9 : unit(r); }, 0.1},
     {"FarFromTheOrigin", [](auto& r) { return unit(r); }, 0.1, 1e8},
     {"FartherThanAnyUnit", [](auto& r) { return double(r() % 9); }, 1, 0x1p52},
@@ -108,7 +110,7 @@ point<Dim> place(const cloud& of, const dense2D<double>& pos, std::mt19937& rand
         if (kind < 4) q[d] += of.length * (unit(random) - 0.5);
         if (kind >= 4 && kind < 8) q[d] += of.length * 0.5 * double(random() % 3);
         if (kind >= 8 && kind < 11) q[d] = q[d] / 2 + pos(d, b) / 2;
-        if (kind == 11) q[d] = of.centre;
+        if (kind == 11) q[d] = a % 2 == 0 ? of.centre : pos(d, b) - of.centre;
         if (kind == 12) q[d] = of.centre + sign(random) * std::pow(10.0, double(random() % 25));
         if (kind == 13) q[d] = random() % 3 == 0 ? sign(random) * inf : q[d];
         if (kind == 14) q[d] = random() % 3 == 0 ? not_a_number : q[d];
@@ -211,6 +213,19 @@ TEST(NodeDetectorAgainstPlain, TakesListsWithRepeatsHolesAndStrides)
     const node_detector detector(pos.view, given);
     expect_alike<3>(detector, slow, of, pos.view, random, 500);
     EXPECT_TRUE(pos.gaps_untouched());
+}
+
+TEST(NodeDetectorAgainstPlain, FindsNothingBesideOneNodeStoredManyTimes)
+{
+    std::mt19937 random(6);
+    const auto pos = nodes_of<2>(clouds_with_ties[0], 3, random);
+    const std::vector<unsigned> list(32, 1);
+    dense1D<unsigned> given(list.size(), 1u);
+    plain::kd_tree<2> slow(pos);
+    for (const unsigned node : list) slow.insert_node(node);
+    const node_detector detector(pos, given);
+    EXPECT_EQ(detector.find_closest(1u), none);
+    expect_alike<2>(detector, slow, clouds_with_ties[0], pos, random, 100);
 }
 
 TEST(NodeDetectorAgainstPlain, LoadsAndAnswersWhateverAllocationFails)
