@@ -12,6 +12,7 @@ namespace {
 
 constexpr unsigned nodes_per_cell = 3; // on average, where they are spread evenly
 constexpr unsigned full = 16;          // more nodes, and a cell is cut
+constexpr unsigned large_crowd = 64;   // fewer nodes are not cut if that would not part them
 constexpr int bits = 30;               // of the whole numbers
 constexpr double reach = 0x1p44;       // units from the origin, for nodes and points asked for
 
@@ -136,13 +137,23 @@ void cell_index<Dim>::sort_into_cells(const placed_node<Dim>* nodes, unsigned n)
     }
 }
 
-// Whether it is worth a cut; it is not where all stand at one place, as in a cell of one unit.
+// Whether the nodes of a cell stand in one with an edge of 2^shift units.
+template <unsigned Dim>
+bool cell_index<Dim>::stand_together(const cell& of, unsigned shift) const
+{
+    const auto of_first = [&](const stored& node) {
+        for (unsigned d = 0; d < Dim; ++d)
+            if (node.at[d] >> shift != nodes_[of.first].at[d] >> shift) return false;
+        return true;
+    };
+    return std::all_of(nodes_.begin() + of.first, nodes_.begin() + of.last, of_first);
+}
+
+// Whether a cell holds too many nodes, and they can be parted.
 template <unsigned Dim>
 bool cell_index<Dim>::is_full(const cell& of) const
 {
-    return of.last - of.first > full &&
-           !std::all_of(nodes_.begin() + of.first, nodes_.begin() + of.last,
-                        [&](const stored& node) { return node.at == nodes_[of.first].at; });
+    return of.last - of.first > full && !stand_together(of, 0);
 }
 
 template <unsigned Dim>
@@ -175,13 +186,15 @@ void cell_index<Dim>::cut_full_cells(unsigned place, place_list& with_full)
 }
 
 // Appends a grid of as many cells as suits the nodes of a cell, and sorts them into it. Returns its
-// place.
+// place, or whole_box if they stay together: a few that crowd in a corner would take a grid at each of
+// maybe many levels, and are soon looked through.
 template <unsigned Dim>
 unsigned cell_index<Dim>::cut(const cell& of, place_list& with_full)
 {
     const unsigned count = of.last - of.first;
     unsigned halvings = 1;
     while (halvings < of.shift && (count / nodes_per_cell) >> (Dim * halvings) != 0) ++halvings;
+    if (count <= large_crowd && stand_together(of, of.shift - halvings)) return grids::whole_box;
     const unsigned place = grids_.append(of.shift, halvings);
     if (place == grids::whole_box) return place;
     const grid made = grids_.at(place);

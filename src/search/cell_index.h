@@ -127,6 +127,7 @@ private:
     bool frame_nodes(const placed_node<Dim>* nodes, unsigned n);
     int choose_cells(const point& high, unsigned n);
     void sort_into_cells(const placed_node<Dim>* nodes, unsigned n);
+    bool stand_together(const cell& of, unsigned shift) const;
     bool is_full(const cell& of) const;
     cell cell_at(const grid& of, std::size_t number) const;
     void link_full_cells(unsigned place, place_list& with_full);
