@@ -29,8 +29,8 @@ public:
         std::array<unsigned, Dim> cells; ///< along each axis
         unsigned mask;                   ///< of the bits of a coordinate, shifted, that count cells
         const unsigned* starts;          ///< of the items of each cell, and the end of the last
-        const unsigned*
-            inner; ///< for each cell the place of the grid within, or whole_box; or null
+        /// For each cell the place of the grid within, or whole_box; null if no cell has one.
+        const unsigned* inner;
 
         /// The cell around a corner; the first axis counts fastest.
         unsigned cell_of(const corner& at) const
@@ -100,7 +100,7 @@ public:
         return place == whole_box ? count_ : std::size_t(1) << (Dim * halvings(place));
     }
 
-    // A grid is one run of words: what it is, the starts, and if it has any the links.
+    /// The grid at a place.
     grid at(unsigned place) const
     {
         const unsigned* words = words_.data() + place;
@@ -139,7 +139,7 @@ private:
 
     std::array<unsigned, Dim> cells_{}; // of the whole box
     std::size_t count_ = 0;             // of all these
-    std::vector<unsigned> words_;
+    std::vector<unsigned> words_;       // of each grid what it is, its starts, and its links if any
 };
 
 } // namespace kz3::lattiq::detail

@@ -240,3 +240,25 @@ TEST(CellIndex, IsDoneWithoutWhereMemoryIsExhausted)
               }),
               5u);
 }
+
+TEST(CellIndex, DoesNotCutSmallCrowdsLevelByLevel)
+{
+    // Each cut allocates; a crowd alone in its cell would take one for each level down to its width.
+    std::mt19937 random(2);
+    std::vector<placed_node<3>> nodes(600);
+    for (unsigned j = 0; j < nodes.size(); ++j) {
+        std::mt19937 crowd(j / 20 + 1);
+        for (double& x : nodes[j].p) x = unit(crowd) + 1e-6 * unit(random);
+        nodes[j].node = j;
+    }
+    EXPECT_LE(allocation::sweep<allocation::fail_new>([&](std::size_t, auto guarded) {
+                  guarded([&] { (void)cell_index<3>::make(nodes.data(), 600); });
+              }),
+              20u);
+    int told = 0;
+    const auto index = cell_index<3>::make(nodes.data(), 600);
+    ASSERT_TRUE(index);
+    for (const auto& node : nodes)
+        expect_nearest<3>(*index, nodes, {node.p[0], node.p[1], node.p[2]}, node.node, told);
+    EXPECT_EQ(told, 600);
+}
